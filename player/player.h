@@ -1,0 +1,117 @@
+/*
+ * The player: one GStreamer pipeline at a time, whose decoded frames feed up to two objects of
+ * type ANI_VIDEO_GST.
+ *
+ * The order of calls, all of them between Init and DeInit:
+ *
+ *   1. create the objects
+ *   2. SetGSTPlayAnimationId and StartGSTPlay, in either order
+ *   3. IsFirstFrameStart, IsGSTStatePlaying, GetGSTimeStramp, GSTplayControl, as often as wanted
+ *   4. StopGSTPlay, and wait until IsGSTStatePlaying answers FALSE and StartGSTPlay no longer
+ *      answers 1, before the records are freed or DeInit is called
+ *
+ * What it does not do: it has no seek, no volume and no sound, restarts nothing by itself and
+ * reports errors only as text.
+ *
+ * Threads. Any thread may call, one call of StartGSTPlay at a time. Each playback runs a thread
+ * with a GLib main loop on the default main context: an application that runs its own loop on that
+ * context shares the player's sources.
+ */
+#ifndef ANIMATION_PLAYER_H
+#define ANIMATION_PLAYER_H
+
+#include <gst/gst.h>
+
+#include <animation/enum.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+#pragma GCC visibility push(default)
+
+/* Orders to a running playback. */
+typedef ANIMATION_ENUM(GSTControl){
+	GST_PLAY = 0,
+	GST_PAUSE = 1,
+} GSTControl;
+
+/* The player's state, private to it. */
+typedef struct CustomData CustomData;
+
+/* ---- The application ------------------------------------------------------------------------ */
+
+/*
+ * Starts a playback. The source is chosen by what the URI contains: ".mp4", a local file; else
+ * "rtmp", an RTMP stream; else the URI is the address to listen on for RTP/H.264, UDP port 50008.
+ * An RTMP URI of the form rtmp://HOST/live... is probed first with one ICMP echo request, for up
+ * to one second; HOST must be a dotted-quad address, and the process needs the right to open raw
+ * sockets.
+ *
+ * 0: started. 1: a playback is in progress, or its end is still under way; nothing changes.
+ * -1: failed, with a report; everything taken is given back. A file name of more than 182
+ * characters, an RTMP URI of more than 115 and an address of more than 13 are refused so.
+ */
+int StartGSTPlay(const char *uri);
+
+/*
+ * Registers the objects that show the frames, and the records they were created from. An id of
+ * ANIMATION_NO_OBJECT or a NULL record leaves its slot empty. The records stay the caller's and
+ * must live until the playback has ended; until then their bufinfo and update are the player's,
+ * to be touched only under g_mutex. A registration ends with the playback.
+ *
+ * 0, or -1 with a report if an id is not that of an ANI_VIDEO_GST object: the earlier registration
+ * then stays.
+ */
+int SetGSTPlayAnimationId(unsigned int id1, void *para1, unsigned int id2, void *para2);
+
+/* Asks the playback to end and returns at once. The picture stays until its object is removed. */
+void StopGSTPlay(void);
+
+/* Pauses or resumes. A file goes on playing by itself as soon as it has prerolled, so that a pause
+ * lasts only for live and buffering sources. Without a playback nothing happens. */
+void GSTplayControl(GSTControl order);
+
+/* TRUE once a frame has come in this playback, and after it until the next start. */
+gboolean IsFirstFrameStart(void);
+
+/* TRUE while a pipeline is up, paused or playing. May wait up to one second for a state change. */
+gboolean IsGSTStatePlaying(void);
+
+/* The position in the stream in milliseconds, of at most 30 ms ago; -140462611 before the first
+ * one is known. */
+int GetGSTimeStramp(void);
+
+/* ---- The probe: any thread, no state --------------------------------------------------------- */
+
+/* 0 if the URI needs no probe or its host answered, else -1: also, at once, for a host part of more
+ * than 19 characters. */
+int check_server(const char *uri);
+
+/* 1 if anything answered one ICMP echo request to a dotted-quad address within a second, else 0. */
+int livetest(const char *ip);
+
+/* Internet checksum (RFC 1071) of len bytes. */
+unsigned short cal_chksum(const unsigned short *addr, int len);
+
+/* ---- Steps of a playback ---------------------------------------------------------------------- */
+
+/* 1 from the start of a playback to its first frame. */
+extern int first_frame;
+
+/* "new-sample" of the appsink, on a streaming thread: hands the frame's descriptor to the
+ * registered objects. Always GST_FLOW_OK. */
+GstFlowReturn pad_new_sample(GstElement *sink, CustomData *dataplayer);
+
+/* Body of the playback's thread. */
+void *message_thread(void *arg);
+
+/* Timer function for an application that polls the buffering itself; user is the pipeline. TRUE
+ * while buffering. */
+gboolean buffer_timeout(gpointer user);
+
+#pragma GCC visibility pop
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -30,8 +30,8 @@ EGLConfig choose_config(EGLDisplay dpy)
 	EGLint count = 0;
 	eglChooseConfig(dpy, wanted, configs.data(), configs.size(), &count);
 	/* The sizes asked for are minima, and deeper configs are listed first. */
-	const auto *end = configs.begin() + count;
-	const auto *found = std::find_if(configs.begin(), end, [dpy](EGLConfig config) {
+	auto *const end = configs.begin() + count;
+	auto *const found = std::find_if(configs.begin(), end, [dpy](EGLConfig config) {
 		return config_value(dpy, config, EGL_BUFFER_SIZE) == kBufferSize &&
 		       config_value(dpy, config, EGL_RED_SIZE) == kColourBits;
 	});

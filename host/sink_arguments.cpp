@@ -1,0 +1,60 @@
+#include <host/sink_arguments.h>
+
+#include <charconv>
+#include <string_view>
+
+const char kSinkUsage[] = "  --window              show the pictures in a window\n"
+                          "  --record FILE.mp4     record them, one picture one video frame\n"
+                          "  --snapshot N=FILE.png write the N-th picture, counted from 1\n"
+                          "  --frames N            end after N pictures\n";
+
+bool parse_count(const std::string &text, std::uint64_t *value)
+{
+	const char *end = text.data() + text.size();
+	auto [stop, failure] = std::from_chars(text.data(), end, *value);
+	return failure == std::errc() && stop == end && *value > 0;
+}
+
+static bool parse_snapshot(const std::string &text, std::vector<Snapshot> *snapshots)
+{
+	std::size_t equals = text.find('=');
+	Snapshot snapshot = {};
+	if (equals == std::string::npos || equals + 1 == text.size() ||
+	    !parse_count(text.substr(0, equals), &snapshot.number))
+		return false;
+	snapshot.path = text.substr(equals + 1);
+	snapshots->push_back(snapshot);
+	return true;
+}
+
+ArgumentResult take_sink_argument(
+    int argc, char *const *argv, int *index, SinkArguments *arguments, std::string *error)
+{
+	const std::string_view option = argv[*index];
+	if (option == "--window") {
+		arguments->sinks.window = true;
+		++*index;
+		return ArgumentResult::taken;
+	}
+	if (option != "--record" && option != "--snapshot" && option != "--frames")
+		return ArgumentResult::not_ours;
+
+	const std::string value = *index + 1 < argc ? argv[*index + 1] : "";
+	const char *expected = nullptr;
+	if (option == "--record") {
+		arguments->sinks.record = value;
+		if (value.empty())
+			expected = "a file name";
+	} else if (option == "--snapshot") {
+		if (!parse_snapshot(value, &arguments->sinks.snapshots))
+			expected = "N=FILE.png with N from 1 up";
+	} else if (!parse_count(value, &arguments->frames)) {
+		expected = "a number from 1 up";
+	}
+	if (expected) {
+		*error = std::string(option) + " wants " + expected + ", not \"" + value + "\"";
+		return ArgumentResult::wrong;
+	}
+	*index += 2;
+	return ArgumentResult::taken;
+}

@@ -65,108 +65,107 @@ extern "C" {
 
 /* The kind of an object, and with it the record that describes it. */
 typedef ANIMATION_ENUM(AnimationType){
-	ANI_BACKGROUND = 0,     /* still picture with cross-fade; Backgroud_animationpara */
-	ANI_FLASH = 1,          /* picture flashing on and off; Flash_animationpara */
-	ANI_FADEINOUT = 2,      /* fade in, stay, fade out, loop; FadeInOutLoop_animationpara */
-	ANI_CHARACTERISTIC = 3, /* created as ANI_FADEINOUT, and is one from then on */
-	ANI_GRADUALLYDISP = 4,  /* gradual reveal and hide; GraduallyDispLoop_animationpara */
-	ANI_VIDEO_GST = 5,      /* video fed by the player; VideoGST_animationpara */
-	ANI_VIDEO_RAW = 6,      /* NV12 video fed by the application; VideoRAW_animationpara */
-	ANI_SEQUENCE = 7,       /* moving picture; SeqLoop_animationpara */
-	ANI_TEST = 8,           /* not implemented: creation refuses it */
-	ANI_TEX_CUT = 9,        /* flash on a cut-out of a texture; TexCut_animationpara */
-	ANI_MAX = 10,           /* end mark, never a type */
+    ANI_BACKGROUND = 0,     /* still picture with cross-fade; Backgroud_animationpara */
+    ANI_FLASH = 1,          /* picture flashing on and off; Flash_animationpara */
+    ANI_FADEINOUT = 2,      /* fade in, stay, fade out, loop; FadeInOutLoop_animationpara */
+    ANI_CHARACTERISTIC = 3, /* created as ANI_FADEINOUT, and is one from then on */
+    ANI_GRADUALLYDISP = 4,  /* gradual reveal and hide; GraduallyDispLoop_animationpara */
+    ANI_VIDEO_GST = 5,      /* video fed by the player; VideoGST_animationpara */
+    ANI_VIDEO_RAW = 6,      /* NV12 video fed by the application; VideoRAW_animationpara */
+    ANI_SEQUENCE = 7,       /* moving picture; SeqLoop_animationpara */
+    ANI_TEST = 8,           /* not implemented: creation refuses it */
+    ANI_TEX_CUT = 9,        /* flash on a cut-out of a texture; TexCut_animationpara */
+    ANI_MAX = 10,           /* end mark, never a type */
 } AnimationType;
 
 /* How the general program combines an object's textures. Units: 0 picture, 1 second picture or
  * mask, 2 alpha texture. alpha0 and alpha1 are RenderObj.prealpha0 and prealpha1. */
 typedef ANIMATION_ENUM(BlendingMode){
-	BLD_SOURCE = 0,      /* unit 0 or the constant colour alone, alpha scaled by alpha0 */
-	BLD_SOURCE_MASK = 1, /* unit 1 replaces it where unit 1's alpha times alpha1 exceeds 0.9 */
-	BLD_SOURCE_OVER = 2, /* mix of units 0 and 1 by alpha1; alpha0 has no effect */
-	BLD_SOURCE_SUB = 4,  /* where unit 1 has any alpha, alpha1 of it is cut out */
-	BLD_PRE_ALPHA = 8,   /* unit 1's alpha times alpha1 scales the alpha */
-	BLD_ALPHA_MASK = 16, /* flag on one of the others: unit 2's alpha scales the result */
+    BLD_SOURCE = 0,      /* unit 0 or the constant colour alone, alpha scaled by alpha0 */
+    BLD_SOURCE_MASK = 1, /* unit 1 replaces it where unit 1's alpha times alpha1 exceeds 0.9 */
+    BLD_SOURCE_OVER = 2, /* mix of units 0 and 1 by alpha1; alpha0 has no effect */
+    BLD_SOURCE_SUB = 4,  /* where unit 1 has any alpha, alpha1 of it is cut out */
+    BLD_PRE_ALPHA = 8,   /* unit 1's alpha times alpha1 scales the alpha */
+    BLD_ALPHA_MASK = 16, /* flag on one of the others: unit 2's alpha scales the result */
 } BlendingMode;
 
 /* What an object is doing: a set of bits. */
 typedef ANIMATION_ENUM(_AnmationStatus){
-	ST_PREPARE = 0,           /* no bit: created, or waiting out its start delay */
-	ST_FADEIN = 0x1,          /* fading in, or cross-fading */
-	ST_FADEOUT = 0x2,         /* fading out */
-	ST_GRADEIN = 0x4,         /* gradual reveal running */
-	ST_GRADEOUT = 0x8,        /* gradual hide running */
-	ST_SHOW = 0x10,           /* fully shown */
-	ST_HIDE = 0x20,           /* fully hidden */
-	ST_PENDINGDESTROY = 0x40, /* removal was asked for */
-	ST_ONDESTROY = 0x80,      /* will be freed at the end of the current frame */
-	ST_SEQIN = 0x100,         /* sequence moving in */
-	ST_SEQOUT = 0x200,        /* sequence moving out */
-	ST_INVALID = 0xFFFF,      /* no such object: never a state of one */
+    ST_PREPARE = 0,           /* no bit: created, or waiting out its start delay */
+    ST_FADEIN = 0x1,          /* fading in, or cross-fading */
+    ST_FADEOUT = 0x2,         /* fading out */
+    ST_GRADEIN = 0x4,         /* gradual reveal running */
+    ST_GRADEOUT = 0x8,        /* gradual hide running */
+    ST_SHOW = 0x10,           /* fully shown */
+    ST_HIDE = 0x20,           /* fully hidden */
+    ST_PENDINGDESTROY = 0x40, /* removal was asked for */
+    ST_ONDESTROY = 0x80,      /* will be freed at the end of the current frame */
+    ST_SEQIN = 0x100,         /* sequence moving in */
+    ST_SEQOUT = 0x200,        /* sequence moving out */
+    ST_INVALID = 0xFFFF,      /* no such object: never a state of one */
 } AnimationStatus;
 
 /* When a removal takes effect. Backgrounds and videos go at their next frame in both modes. */
 typedef ANIMATION_ENUM(DeleteObjMode){
-	DEL_ON_HIDE = 0,     /* the object plays on and goes at its next hidden phase */
-	DEL_IMMEDIATELY = 1, /* the object goes at its next frame, undrawn */
+    DEL_ON_HIDE = 0,     /* the object plays on and goes at its next hidden phase */
+    DEL_IMMEDIATELY = 1, /* the object goes at its next frame, undrawn */
 } DeleteObjMode;
 
 /* Which program draws an object, and from what. */
 typedef ANIMATION_ENUM(RenderMode){
-	RENDER_TEXTURED = 0,       /* general program, first colour from unit 0 */
-	RENDER_CONSTANT = 1,       /* general program, first colour from constant_color */
-	RENDER_VIDEO_DMAFD = 2,    /* external image on unit 0 */
-	RENDER_VIDEO_RAW_NV12 = 3, /* the two NV12 planes on units 0 and 1 */
+    RENDER_TEXTURED = 0,       /* general program, first colour from unit 0 */
+    RENDER_CONSTANT = 1,       /* general program, first colour from constant_color */
+    RENDER_VIDEO_DMAFD = 2,    /* external image on unit 0 */
+    RENDER_VIDEO_RAW_NV12 = 3, /* the two NV12 planes on units 0 and 1 */
 } RenderMode;
 
 /* One half of the surface, 1152 x 576 pixels. */
 typedef ANIMATION_ENUM(ViewPortID){
-	VP_LCD0 = 0, /* left half */
-	VP_LCD1 = 1, /* right half */
+    VP_LCD0 = 0, /* left half */
+    VP_LCD1 = 1, /* right half */
 } ViewPortID;
 
 /* What the next frame has to rebuild from a new record; a set of two bits. */
 typedef ANIMATION_ENUM(UpdateMode){
-	UPD_MISC = 0,   /* nothing: fields that are read every frame take effect by themselves */
-	UPD_COORDS = 1, /* the strip: positions and texture coordinates */
-	UPD_TEXS = 2,   /* the textures and the constant colour; for a video, the picture */
-	UPD_ALL = 3,    /* both */
+    UPD_MISC = 0,   /* nothing: fields that are read every frame take effect by themselves */
+    UPD_COORDS = 1, /* the strip: positions and texture coordinates */
+    UPD_TEXS = 2,   /* the textures and the constant colour; for a video, the picture */
+    UPD_ALL = 3,    /* both */
 } UpdateMode;
 
 /* Where the textures of a TextureArray come from. Any other value acts as TEX_DATA. */
 typedef ANIMATION_ENUM(TextureDataMode){
-	TEX_BMP = 0,  /* BMP files named in textures_name */
-	TEX_DATA = 1, /* pixels described in texdata */
-	TEX_IDS = 2,  /* GL textures in texids, which stay the caller's */
-	TEX_PNG = 3,  /* PNG files named in textures_name */
+    TEX_BMP = 0,  /* BMP files named in textures_name */
+    TEX_DATA = 1, /* pixels described in texdata */
+    TEX_IDS = 2,  /* GL textures in texids, which stay the caller's */
+    TEX_PNG = 3,  /* PNG files named in textures_name */
 } TextureDataMode;
 
 /* How a picture is revealed or hidden. "Top" and "bottom" hold for a strip that begins with its
  * bottom edge. GRAD_NONE and unknown values have no mask, only the alpha ramp. */
 typedef ANIMATION_ENUM(GraduallyDispMode){
-	GRAD_NONE = 0,
-	GRAD_LEFT2RIGHT = 1,      /* wipe */
-	GRAD_RIGHT2LEFT = 2,      /* wipe */
-	GRAD_TOP2BOTTOM = 3,      /* wipe */
-	GRAD_BOTTOM2TOP = 4,      /* wipe */
-	GRAD_CENTER2EDGE = 5,     /* soft disc opening from the centre */
-	GRAD_EDGE2CENTER = 6,     /* soft disc closing onto the centre */
-	GRAD_2SIDES2MIDDLE = 7,   /* two bars meeting in the middle */
-	GRAD_MIDDLE22SIDES = 8,   /* a bar growing from the middle */
-	GRAD_CENTER2SURROUND = 9, /* soft square opening from the centre */
-	GRAD_SURROUND2CENTER = 10, /* soft square closing onto the centre */
-	GRAD_BLOCKS = 11,         /* random blocks */
-	GRAD_MAX = 11,            /* the last mode, not one past it */
+    GRAD_NONE = 0, GRAD_LEFT2RIGHT = 1, /* wipe */
+    GRAD_RIGHT2LEFT = 2,                /* wipe */
+    GRAD_TOP2BOTTOM = 3,                /* wipe */
+    GRAD_BOTTOM2TOP = 4,                /* wipe */
+    GRAD_CENTER2EDGE = 5,               /* soft disc opening from the centre */
+    GRAD_EDGE2CENTER = 6,               /* soft disc closing onto the centre */
+    GRAD_2SIDES2MIDDLE = 7,             /* two bars meeting in the middle */
+    GRAD_MIDDLE22SIDES = 8,             /* a bar growing from the middle */
+    GRAD_CENTER2SURROUND = 9,           /* soft square opening from the centre */
+    GRAD_SURROUND2CENTER = 10,          /* soft square closing onto the centre */
+    GRAD_BLOCKS = 11,                   /* random blocks */
+    GRAD_MAX = 11,                      /* the last mode, not one past it */
 } GraduallyDispMode;
 
 /* How a sequence moves its picture in or out. */
 typedef ANIMATION_ENUM(SEQUENCE_TYPE){
-	SEQ_NONE = 0,        /* stands still */
-	SEQ_WAVE = 1,        /* rises and rocks; as an exit, invisible at once */
-	SEQ_FLOATINOUT = 2,  /* floats up into place while fading */
-	SEQ_WHIP = 3,        /* swings out sideways, growing */
-	SEQ_SCALEROTATE = 4, /* grows out of its centre while turning */
-	SEQ_MAX = 4,         /* the last motion, not one past it */
+    SEQ_NONE = 0,        /* stands still */
+    SEQ_WAVE = 1,        /* rises and rocks; as an exit, invisible at once */
+    SEQ_FLOATINOUT = 2,  /* floats up into place while fading */
+    SEQ_WHIP = 3,        /* swings out sideways, growing */
+    SEQ_SCALEROTATE = 4, /* grows out of its centre while turning */
+    SEQ_MAX = 4,         /* the last motion, not one past it */
 } SEQUENCE_TYPE;
 
 /* ---- Records of one object ---------------------------------------------------------------- */
@@ -174,18 +173,18 @@ typedef ANIMATION_ENUM(SEQUENCE_TYPE){
 /* What the draw step reads. Owned by its AnimationObj, filled by the generator on the render
  * thread. The arrays are heap blocks of coordnum vertices, NULL before the first set-up. */
 typedef struct RenderObj {
-	uint32_t objId;       /* the owner's id */
-	uint32_t coordnum;    /* vertices of the triangle strip */
-	float *position3d;    /* x, y, z a vertex, model space */
-	float *texturecoord0; /* u, v a vertex, for unit 0 */
-	float *texturecoord1; /* u, v a vertex, for unit 1 */
-	float *texturecoord2; /* u, v a vertex, for unit 2 */
-	float mvp[4][4];      /* as glUniformMatrix4fv takes it */
-	float prealpha0;      /* uniform alpha0 */
-	float prealpha1;      /* uniform alpha1 */
+	uint32_t objId;                          /* the owner's id */
+	uint32_t coordnum;                       /* vertices of the triangle strip */
+	float *position3d;                       /* x, y, z a vertex, model space */
+	float *texturecoord0;                    /* u, v a vertex, for unit 0 */
+	float *texturecoord1;                    /* u, v a vertex, for unit 1 */
+	float *texturecoord2;                    /* u, v a vertex, for unit 2 */
+	float mvp[4][4];                         /* as glUniformMatrix4fv takes it */
+	float prealpha0;                         /* uniform alpha0 */
+	float prealpha1;                         /* uniform alpha1 */
 	GLuint textures[ANIMATION_MAX_TEXTURES]; /* GL texture names */
-	EGLImageKHR imagekhr; /* image of the current video frame, else NULL */
-	BlendingMode blendingmode; /* possibly with BLD_ALPHA_MASK or-ed on */
+	EGLImageKHR imagekhr;                    /* image of the current video frame, else NULL */
+	BlendingMode blendingmode;               /* possibly with BLD_ALPHA_MASK or-ed on */
 	RenderMode rendermode;
 	uint32_t tex_num;        /* entries of textures in use, which removal deletes */
 	float constant_color[4]; /* R, G, B, A from 0 to 1, for RENDER_CONSTANT */
@@ -200,8 +199,8 @@ typedef struct AnimationObj {
 	AnimationType animationtype; /* selects the family of functions */
 	void *animationpara;         /* the object's own copy of the caller's record */
 	RenderObj *renderobj;
-	volatile uint32_t curframeno; /* frame within the animation, or ANIMATION_NOT_STARTED */
-	uint32_t cur_loopcnt;         /* cycles completed */
+	volatile uint32_t curframeno;    /* frame within the animation, or ANIMATION_NOT_STARTED */
+	uint32_t cur_loopcnt;            /* cycles completed */
 	volatile AnimationStatus status; /* bits */
 	DeleteObjMode delmode;           /* of the removal asked for */
 	struct AnimationObj *prev;       /* NULL at the head */
@@ -318,19 +317,19 @@ typedef struct FadeInOutLoop_animationpara {
 #define ANIMATION_MAX_GRADUAL_TEXTURES 117
 typedef struct GraduallyDispLoop_animationpara {
 	InPosition2D in_position2d;
-	TextureArray textures; /* only textures[0] and the alpha texture are shown */
-	uint32_t pre_frame;    /* frames before the first cycle */
-	uint32_t in_frame;     /* frames of the entry */
-	uint32_t sin_frame;    /* frames of the hold */
-	uint32_t out_frame;    /* frames of the exit */
-	uint32_t sout_frame;   /* frames hidden */
-	uint32_t loopcnt;      /* restarts allowed; 0: no limit */
-	bool delonloopcnt;     /* remove the object when loopcnt cycles are over */
-	float in_alpha;        /* at the end of the entry and in the hold, 0 to 1 */
-	float out_alpha;       /* where the ramps start and end, 0 to 1; hidden is always 0 */
+	TextureArray textures;        /* only textures[0] and the alpha texture are shown */
+	uint32_t pre_frame;           /* frames before the first cycle */
+	uint32_t in_frame;            /* frames of the entry */
+	uint32_t sin_frame;           /* frames of the hold */
+	uint32_t out_frame;           /* frames of the exit */
+	uint32_t sout_frame;          /* frames hidden */
+	uint32_t loopcnt;             /* restarts allowed; 0: no limit */
+	bool delonloopcnt;            /* remove the object when loopcnt cycles are over */
+	float in_alpha;               /* at the end of the entry and in the hold, 0 to 1 */
+	float out_alpha;              /* where the ramps start and end, 0 to 1; hidden is always 0 */
 	GraduallyDispMode gmode_show; /* mask of the entry */
 	GraduallyDispMode gmode_hide; /* mask of the exit */
-	UpdateMode update; /* read by UpdateAnimationObj; set to UPD_ALL by creation */
+	UpdateMode update;            /* read by UpdateAnimationObj; set to UPD_ALL by creation */
 } GraduallyDispLoop_animationpara;
 
 /*
@@ -384,10 +383,10 @@ typedef struct VideoGST_animationpara {
 
 /* One NV12 frame: pixels in memory, or two ready textures. */
 typedef struct BufferInfoRAW {
-	uint32_t width;  /* pixels; rows of both planes are taken as this many bytes long */
-	uint32_t height; /* pixels */
-	uint32_t stride; /* the second plane begins at praw + stride * height */
-	void *praw;      /* the pixels, valid at least until the following update; or NULL */
+	uint32_t width;   /* pixels; rows of both planes are taken as this many bytes long */
+	uint32_t height;  /* pixels */
+	uint32_t stride;  /* the second plane begins at praw + stride * height */
+	void *praw;       /* the pixels, valid at least until the following update; or NULL */
 	GLuint texids[2]; /* with praw NULL: luminance and luminance-alpha textures. They become the
 	                     object's own, to be deleted by it. */
 } BufferInfoRAW;
@@ -444,7 +443,8 @@ AnimationObj *FindAnimationObj(unsigned int id);
 unsigned int GenAnimationObjId(void);
 
 /* Appends an object under its id; a second object of the same id is refused with a rate-limited
- * report. The node, its record and its RenderObj must come from malloc, and become the list's. */
+ * report, and stays the caller's. For the Create functions: they allocate more around a RenderObj
+ * than is told here, so that an application never makes a node of its own. */
 void InsertAnimationObj(unsigned int id, AnimationObj *obj);
 
 /* The first object of the list, in creation order; NULL when there is none. Guarded by g_mutex. */
@@ -520,8 +520,9 @@ void DeleteTexture(GLuint tex);
  * a pixel. srcstride is the length of a source row in bytes, 0 for srcwidth * 4; srcheight is not
  * used, and the rectangle must lie inside the source. Returns a block without row gaps which the
  * caller frees with free(); NULL when memory runs out or the size overflows. */
-unsigned char *TextureTailor(uint32_t srcswidth, uint32_t srcheight, uint32_t srcstride, uint32_t destx,
-	uint32_t desty, uint32_t destwidth, uint32_t destheight, const unsigned char *src);
+unsigned char *TextureTailor(uint32_t srcswidth, uint32_t srcheight, uint32_t srcstride,
+    uint32_t destx, uint32_t desty, uint32_t destwidth, uint32_t destheight,
+    const unsigned char *src);
 
 /* ---- Image loaders: a thread with a current GL context -------------------------------------- */
 
@@ -537,7 +538,7 @@ int load_texture(GLuint tex, int width, int height, int textureType, const void 
 
 /* From a file that holds the pixels from byte offset on; GL_RGB or GL_BGRA_EXT. */
 int load_texture_from_raw_file(
-	GLuint tex, int width, int height, int textureType, const char *filename, int offset);
+    GLuint tex, int width, int height, int textureType, const char *filename, int offset);
 
 /* From a BMP file of 24 bits (taken as GL_RGB, width a multiple of 4) or 32 bits a pixel. */
 int load_texture_bmp(GLuint tex, const char *filename);
@@ -560,14 +561,13 @@ void GenTextureCoord(float *texcoord, uint32_t count, bool binversed);
 void GenTextureCoord_cut(float *texcoord, const float *src, uint32_t count, bool binversed);
 
 /* The window x1..x2, y1..y2 spread over a strip: x1 on even vertices, y1 on the first row. */
-void GenTextureCoord_GRAD(
-	float *texcoord, uint32_t count, float x1, float y1, float x2, float y2);
+void GenTextureCoord_GRAD(float *texcoord, uint32_t count, float x1, float y1, float x2, float y2);
 
 /* Shifts (in sizes of the quad), scales and rotates (degrees, counter-clockwise) the quad of the
  * first four vertices about its centre and converts it to model space. position2d must hold four
  * vertices; those beyond the fourth are converted unmoved. */
 void Gen3DPosition(const float *position2d, float *position3d, uint32_t coordnum, float angle,
-	float hshift_factor, float vshift_factor, float scale_factor);
+    float hshift_factor, float vshift_factor, float scale_factor);
 
 /* ---- EGL extension entry points ------------------------------------------------------------ */
 

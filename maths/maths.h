@@ -30,8 +30,8 @@ void myLookAt(float pMatrix[4][4], const float *eye, const float *center, const 
 void myPersp(float pMatrix[4][4], float fovy, float aspect, float zNear, float zFar);
 
 /* Perspective by the edges of the near plane. Unchanged if two opposite edges are equal. */
-void myFrustum(float pMatrix[4][4], float left, float right, float bottom, float top, float zNear,
-	float zFar);
+void myFrustum(
+    float pMatrix[4][4], float left, float right, float bottom, float top, float zNear, float zFar);
 
 /* Scaling by a factor an axis. */
 void myScale(float pMatrix[4][4], float fX, float fY, float fZ);

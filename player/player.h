@@ -31,8 +31,8 @@ extern "C" {
 
 /* Orders to a running playback. */
 typedef ANIMATION_ENUM(GSTControl){
-	GST_PLAY = 0,
-	GST_PAUSE = 1,
+    GST_PLAY = 0,
+    GST_PAUSE = 1,
 } GSTControl;
 
 /* The player's state, private to it. */
@@ -93,7 +93,8 @@ int livetest(const char *ip);
 /* Internet checksum (RFC 1071) of len bytes. */
 unsigned short cal_chksum(const unsigned short *addr, int len);
 
-/* ---- Steps of a playback ---------------------------------------------------------------------- */
+/* ---- Steps of a playback ----------------------------------------------------------------------
+ */
 
 /* 1 from the start of a playback to its first frame. */
 extern int first_frame;

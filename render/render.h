@@ -192,7 +192,7 @@ void share_context(void);
 
 /* Listeners; their data is the display. */
 void registry_handle_global(void *data, struct wl_registry *registry, uint32_t name,
-	const char *interface, uint32_t version);
+    const char *interface, uint32_t version);
 void registry_handle_global_remove(void *data, struct wl_registry *registry, uint32_t name);
 void xdg_shell_ping(void *data, struct xdg_shell *shell, uint32_t serial);
 extern const struct wl_registry_listener registry_listener;

@@ -1,0 +1,181 @@
+/*
+ * The steps that the animation types share.
+ *
+ * A type's generator is its own story told in these steps: destroy check, set-up (only after an
+ * update), the frame's own work, close. Creation and record replacement run on any thread and make
+ * no GL call; the steps of a generator run on the render thread under g_mutex.
+ */
+#pragma once
+
+#include <animation/animation.h>
+#include <animation/heap.h>
+#include <animation/list_lock.h>
+#include <animation/status.h>
+
+/* ---- Records ------------------------------------------------------------------------------ */
+
+template <class Para>
+Para &para_of(AnimationObj &obj)
+{
+	return *static_cast<Para *>(obj.animationpara);
+}
+
+/* Gives a fresh copy of a record its own arrays; false without memory, with the pointer NULL. */
+template <class Para>
+bool own_position(Para &para)
+{
+	return own_copy(para.in_position2d.position2d, std::size_t{2} * para.in_position2d.coordnum);
+}
+
+template <class Para>
+void free_position(Para &para)
+{
+	drop(para.in_position2d.position2d);
+}
+
+/* What a type's record owns: how to take and how to give up its arrays. */
+template <class Para>
+struct RecordArrays {
+	bool (*own)(Para &) = own_position<Para>;
+	void (*release)(Para &) = free_position<Para>;
+};
+
+/* A fresh object with a fresh id around a record, not on the list yet; NULL without memory. */
+AnimationObj *new_object(AnimationType type, void *para, RenderMode rendermode);
+
+/* Creates an object from the caller's record. g_mutex is held from drawing the id to appending, so
+ * that any number of threads may create at once. */
+template <class Para>
+unsigned int create_object(AnimationType type, Para *caller, RecordArrays<Para> arrays = {},
+    UpdateMode first_update = UPD_ALL, RenderMode rendermode = RENDER_TEXTURED)
+{
+	ListLock lock;
+	HeapBlock<Para> para(allocate<Para>());
+	if (!para)
+		return ANIMATION_NO_OBJECT;
+	caller->update = first_update;
+	*para = *caller;
+	bool owned = arrays.own(*para);
+	AnimationObj *obj = owned ? new_object(type, para.get(), rendermode) : nullptr;
+	if (!obj) {
+		arrays.release(*para);
+		return ANIMATION_NO_OBJECT;
+	}
+	para.release();
+	InsertAnimationObj(obj->objId, obj);
+	return obj->objId;
+}
+
+/* Replaces an object's record by the caller's; an unknown id is ignored. The remaining start delay
+ * of a loop type is kept, and told to the caller. */
+template <class Para>
+void replace_record(unsigned int id, Para *caller, RecordArrays<Para> arrays = {})
+{
+	ListLock lock;
+	AnimationObj *obj = FindAnimationObj(id);
+	if (!obj)
+		return;
+	auto &para = para_of<Para>(*obj);
+	arrays.release(para);
+	if constexpr (requires { para.pre_frame; })
+		caller->pre_frame = para.pre_frame;
+	para = *caller;
+	if (!arrays.own(para)) {
+		/* An empty strip draws nothing, and the object still goes away as usual. */
+		arrays.release(para);
+		para.in_position2d.coordnum = 0;
+		para.update = static_cast<UpdateMode>(para.update | UPD_COORDS);
+	}
+}
+
+/* ---- Removal ------------------------------------------------------------------------------ */
+
+/* Marks an object for the end of this frame, undrawn. */
+void destroy_undrawn(AnimationObj &obj);
+
+/* Keeps the removal of an object from deleting textures that are the caller's. */
+void give_up_borrowed_textures(RenderObj &renderobj);
+
+/* True if a removal that does not wait for a hidden phase was asked for. */
+inline bool immediate_removal_is_due(const AnimationObj &obj)
+{
+	return has_status(obj, ST_PENDINGDESTROY) && obj.delmode == DEL_IMMEDIATELY;
+}
+
+/* ---- Set-up ------------------------------------------------------------------------------- */
+
+/* An object that has not started needs everything, whatever its update asks for. */
+template <class Para>
+void first_frame_test(AnimationObj &obj, Para &para)
+{
+	if (obj.curframeno != ANIMATION_NOT_STARTED)
+		return;
+	para.update = UPD_ALL;
+	obj.curframeno = 0;
+	if constexpr (requires { para.pre_frame; })
+		obj.cur_loopcnt = 0;
+}
+
+void set_render_defaults(RenderObj &renderobj, ViewPortID vp_id);
+
+/* Replaces the arrays of the strip, but for texture coordinates, which the caller of this step
+ * fills into texturecoord0. False without memory: the object then draws nothing. */
+bool replace_strip(RenderObj &renderobj, const InPosition2D &in_position2d);
+void copy_texture_coordinates(RenderObj &renderobj);
+
+/* The default filling of texturecoord0: the whole picture. */
+inline void whole_picture(RenderObj &renderobj)
+{
+	GenTextureCoord(renderobj.texturecoord0, renderobj.coordnum, true);
+}
+
+/* Loads or takes over the caller's texture set. previous is the number of entries that hold the
+ * set before it; only those that the object owns are deleted. */
+void resolve_textures(RenderObj &renderobj, const TextureArray &textures, uint32_t previous);
+
+/* Pictures in the set, without mask and alpha texture; sets the render mode by it. */
+int count_pictures(RenderObj &renderobj, const TextureArray &textures);
+
+void set_constant_color(RenderObj &renderobj, const TextureArray &textures);
+
+/* Texture rebuild of the types whose objects hold nothing but the caller's set. Returns the number
+ * of pictures. */
+int rebuild_textures(RenderObj &renderobj, const TextureArray &textures);
+
+/* The matrix of every object: it maps model space to the whole viewport. */
+void set_projection(RenderObj &renderobj);
+
+/*
+ * Everything that stands behind the change gate. fill_coordinates(renderobj) fills texturecoord0,
+ * rebuild(renderobj, textures) builds the textures.
+ */
+template <class Para, class FillCoordinates, class RebuildTextures>
+void set_up(
+    AnimationObj &obj, Para &para, FillCoordinates fill_coordinates, RebuildTextures rebuild)
+{
+	if (para.update == UPD_MISC)
+		return;
+	RenderObj &renderobj = *obj.renderobj;
+	first_frame_test(obj, para);
+	set_render_defaults(renderobj, para.in_position2d.vp_id);
+	if ((para.update & UPD_COORDS) && replace_strip(renderobj, para.in_position2d)) {
+		fill_coordinates(renderobj);
+		copy_texture_coordinates(renderobj);
+	}
+	if (para.update & UPD_TEXS)
+		rebuild(renderobj, para.textures);
+	set_projection(renderobj);
+	para.update = UPD_MISC;
+}
+
+/* ---- Frame -------------------------------------------------------------------------------- */
+
+/* Units are fixed for the family: 0 picture, 1 second picture or mask, 2 alpha texture. */
+inline void bind_texture(unsigned int unit, GLuint texture)
+{
+	glActiveTexture(GL_TEXTURE0 + unit);
+	glBindTexture(GL_TEXTURE_2D, texture);
+}
+
+/* Binds the alpha texture, if there is one, and lets it scale the result. */
+void bind_alpha_texture(RenderObj &renderobj, const TextureArray &textures);

@@ -1,0 +1,157 @@
+#include <animation/animation.h>
+#include <animation/list_lock.h>
+#include <animation/report.h>
+#include <animation/status.h>
+
+#include <cstdlib>
+
+AnimationObj *animationItemHead;
+
+PFNEGLCREATEIMAGEKHRPROC f_eglCreateImageKHR;
+PFNGLEGLIMAGETARGETTEXTURE2DOESPROC f_glEGLImageTargetTexture2DOES;
+PFNEGLDESTROYIMAGEKHRPROC f_eglDestroyImageKHR;
+
+AnimationObj *FindAnimationObj(unsigned int id)
+{
+	ListLock lock;
+	AnimationObj *obj = animationItemHead;
+	while (obj && obj->objId != id)
+		obj = obj->next;
+	return obj;
+}
+
+unsigned int GenAnimationObjId(void)
+{
+	ListLock lock;
+	unsigned int candidate = 0;
+	for (AnimationObj *obj = animationItemHead; obj;) {
+		if (obj->objId == candidate) {
+			candidate++;
+			obj = animationItemHead;
+		} else {
+			obj = obj->next;
+		}
+	}
+	return candidate;
+}
+
+bool IsAnimationObjType(unsigned int id, AnimationType type)
+{
+	ListLock lock;
+	AnimationObj *obj = FindAnimationObj(id);
+	return obj && obj->animationtype == type;
+}
+
+AnimationStatus GetAnimationObjStatus(unsigned int id)
+{
+	ListLock lock;
+	AnimationObj *obj = FindAnimationObj(id);
+	return obj ? obj->status : ST_INVALID;
+}
+
+void InsertAnimationObj(unsigned int id, AnimationObj *obj)
+{
+	ListLock lock;
+	if (FindAnimationObj(id)) {
+		REPORT("ERROR, should delete the item first\n");
+		return;
+	}
+	obj->next = nullptr;
+	obj->prev = animationItemHead;
+	if (!animationItemHead) {
+		animationItemHead = obj;
+		return;
+	}
+	while (obj->prev->next)
+		obj->prev = obj->prev->next;
+	obj->prev->next = obj;
+}
+
+void RemoveAnimationObj(unsigned int id, DeleteObjMode mode)
+{
+	ListLock lock;
+	AnimationObj *obj = FindAnimationObj(id);
+	if (!obj) {
+		REPORT("can not find item to del\n");
+		return;
+	}
+	obj->delmode = mode;
+	set_status(*obj, ST_PENDINGDESTROY);
+}
+
+namespace
+{
+
+template <class Para>
+void free_video_arrays(void *record)
+{
+	auto *para = static_cast<Para *>(record);
+	free(para->texcoord);
+	free(para->bufinfo);
+}
+
+void free_record(AnimationObj &obj)
+{
+	/* Every record begins with its strip. */
+	free(static_cast<InPosition2D *>(obj.animationpara)->position2d);
+	switch (obj.animationtype) {
+	case ANI_TEX_CUT:
+		free(static_cast<InPosition2D *>(obj.animationpara)->texPosition2d);
+		break;
+	case ANI_VIDEO_GST:
+		free_video_arrays<VideoGST_animationpara>(obj.animationpara);
+		break;
+	case ANI_VIDEO_RAW:
+		free_video_arrays<VideoRAW_animationpara>(obj.animationpara);
+		break;
+	default:
+		break;
+	}
+	free(obj.animationpara);
+}
+
+void free_renderobj(RenderObj *renderobj)
+{
+	free(renderobj->position3d);
+	free(renderobj->texturecoord0);
+	free(renderobj->texturecoord1);
+	free(renderobj->texturecoord2);
+	if (renderobj->imagekhr) {
+		glBindTexture(GL_TEXTURE_EXTERNAL_OES, 0);
+		f_eglDestroyImageKHR(eglGetCurrentDisplay(), renderobj->imagekhr);
+	}
+	if (renderobj->tex_num) {
+		glBindTexture(GL_TEXTURE_2D, 0);
+		glDeleteTextures(static_cast<GLsizei>(renderobj->tex_num), renderobj->textures);
+	}
+	free(renderobj);
+}
+
+void unlink(AnimationObj &obj)
+{
+	(obj.prev ? obj.prev->next : animationItemHead) = obj.next;
+	if (obj.next)
+		obj.next->prev = obj.prev;
+}
+
+} // namespace
+
+void RemoveAnimationObjReal(unsigned int id)
+{
+	ListLock lock;
+	AnimationObj *obj = FindAnimationObj(id);
+	if (!obj)
+		return;
+	obj->status = ST_ONDESTROY;
+	free_record(*obj);
+	free_renderobj(obj->renderobj);
+	unlink(*obj);
+	free(obj);
+}
+
+unsigned int getrand(unsigned int range)
+{
+	static unsigned int seed = 1; /* unsigned: it wraps after a few weeks of drawing */
+	srand(++seed);
+	return static_cast<unsigned int>(rand()) % range;
+}

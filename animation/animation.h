@@ -64,108 +64,109 @@ extern "C" {
 /* ---- Enumerations ------------------------------------------------------------------------- */
 
 /* The kind of an object, and with it the record that describes it. */
-typedef ANIMATION_ENUM(AnimationType){
-    ANI_BACKGROUND = 0,     /* still picture with cross-fade; Backgroud_animationpara */
-    ANI_FLASH = 1,          /* picture flashing on and off; Flash_animationpara */
-    ANI_FADEINOUT = 2,      /* fade in, stay, fade out, loop; FadeInOutLoop_animationpara */
-    ANI_CHARACTERISTIC = 3, /* created as ANI_FADEINOUT, and is one from then on */
-    ANI_GRADUALLYDISP = 4,  /* gradual reveal and hide; GraduallyDispLoop_animationpara */
-    ANI_VIDEO_GST = 5,      /* video fed by the player; VideoGST_animationpara */
-    ANI_VIDEO_RAW = 6,      /* NV12 video fed by the application; VideoRAW_animationpara */
-    ANI_SEQUENCE = 7,       /* moving picture; SeqLoop_animationpara */
-    ANI_TEST = 8,           /* not implemented: creation refuses it */
-    ANI_TEX_CUT = 9,        /* flash on a cut-out of a texture; TexCut_animationpara */
-    ANI_MAX = 10,           /* end mark, never a type */
+typedef enum AnimationType ANIMATION_32_BIT {
+	ANI_BACKGROUND = 0,     /* still picture with cross-fade; Backgroud_animationpara */
+	ANI_FLASH = 1,          /* picture flashing on and off; Flash_animationpara */
+	ANI_FADEINOUT = 2,      /* fade in, stay, fade out, loop; FadeInOutLoop_animationpara */
+	ANI_CHARACTERISTIC = 3, /* created as ANI_FADEINOUT, and is one from then on */
+	ANI_GRADUALLYDISP = 4,  /* gradual reveal and hide; GraduallyDispLoop_animationpara */
+	ANI_VIDEO_GST = 5,      /* video fed by the player; VideoGST_animationpara */
+	ANI_VIDEO_RAW = 6,      /* NV12 video fed by the application; VideoRAW_animationpara */
+	ANI_SEQUENCE = 7,       /* moving picture; SeqLoop_animationpara */
+	ANI_TEST = 8,           /* not implemented: creation refuses it */
+	ANI_TEX_CUT = 9,        /* flash on a cut-out of a texture; TexCut_animationpara */
+	ANI_MAX = 10,           /* end mark, never a type */
 } AnimationType;
 
 /* How the general program combines an object's textures. Units: 0 picture, 1 second picture or
  * mask, 2 alpha texture. alpha0 and alpha1 are RenderObj.prealpha0 and prealpha1. */
-typedef ANIMATION_ENUM(BlendingMode){
-    BLD_SOURCE = 0,      /* unit 0 or the constant colour alone, alpha scaled by alpha0 */
-    BLD_SOURCE_MASK = 1, /* unit 1 replaces it where unit 1's alpha times alpha1 exceeds 0.9 */
-    BLD_SOURCE_OVER = 2, /* mix of units 0 and 1 by alpha1; alpha0 has no effect */
-    BLD_SOURCE_SUB = 4,  /* where unit 1 has any alpha, alpha1 of it is cut out */
-    BLD_PRE_ALPHA = 8,   /* unit 1's alpha times alpha1 scales the alpha */
-    BLD_ALPHA_MASK = 16, /* flag on one of the others: unit 2's alpha scales the result */
+typedef enum BlendingMode ANIMATION_32_BIT {
+	BLD_SOURCE = 0,      /* unit 0 or the constant colour alone, alpha scaled by alpha0 */
+	BLD_SOURCE_MASK = 1, /* unit 1 replaces it where unit 1's alpha times alpha1 exceeds 0.9 */
+	BLD_SOURCE_OVER = 2, /* mix of units 0 and 1 by alpha1; alpha0 has no effect */
+	BLD_SOURCE_SUB = 4,  /* where unit 1 has any alpha, alpha1 of it is cut out */
+	BLD_PRE_ALPHA = 8,   /* unit 1's alpha times alpha1 scales the alpha */
+	BLD_ALPHA_MASK = 16, /* flag on one of the others: unit 2's alpha scales the result */
 } BlendingMode;
 
 /* What an object is doing: a set of bits. */
-typedef ANIMATION_ENUM(_AnmationStatus){
-    ST_PREPARE = 0,           /* no bit: created, or waiting out its start delay */
-    ST_FADEIN = 0x1,          /* fading in, or cross-fading */
-    ST_FADEOUT = 0x2,         /* fading out */
-    ST_GRADEIN = 0x4,         /* gradual reveal running */
-    ST_GRADEOUT = 0x8,        /* gradual hide running */
-    ST_SHOW = 0x10,           /* fully shown */
-    ST_HIDE = 0x20,           /* fully hidden */
-    ST_PENDINGDESTROY = 0x40, /* removal was asked for */
-    ST_ONDESTROY = 0x80,      /* will be freed at the end of the current frame */
-    ST_SEQIN = 0x100,         /* sequence moving in */
-    ST_SEQOUT = 0x200,        /* sequence moving out */
-    ST_INVALID = 0xFFFF,      /* no such object: never a state of one */
+typedef enum _AnmationStatus ANIMATION_32_BIT {
+	ST_PREPARE = 0,           /* no bit: created, or waiting out its start delay */
+	ST_FADEIN = 0x1,          /* fading in, or cross-fading */
+	ST_FADEOUT = 0x2,         /* fading out */
+	ST_GRADEIN = 0x4,         /* gradual reveal running */
+	ST_GRADEOUT = 0x8,        /* gradual hide running */
+	ST_SHOW = 0x10,           /* fully shown */
+	ST_HIDE = 0x20,           /* fully hidden */
+	ST_PENDINGDESTROY = 0x40, /* removal was asked for */
+	ST_ONDESTROY = 0x80,      /* will be freed at the end of the current frame */
+	ST_SEQIN = 0x100,         /* sequence moving in */
+	ST_SEQOUT = 0x200,        /* sequence moving out */
+	ST_INVALID = 0xFFFF,      /* no such object: never a state of one */
 } AnimationStatus;
 
 /* When a removal takes effect. Backgrounds and videos go at their next frame in both modes. */
-typedef ANIMATION_ENUM(DeleteObjMode){
-    DEL_ON_HIDE = 0,     /* the object plays on and goes at its next hidden phase */
-    DEL_IMMEDIATELY = 1, /* the object goes at its next frame, undrawn */
+typedef enum DeleteObjMode ANIMATION_32_BIT {
+	DEL_ON_HIDE = 0,     /* the object plays on and goes at its next hidden phase */
+	DEL_IMMEDIATELY = 1, /* the object goes at its next frame, undrawn */
 } DeleteObjMode;
 
 /* Which program draws an object, and from what. */
-typedef ANIMATION_ENUM(RenderMode){
-    RENDER_TEXTURED = 0,       /* general program, first colour from unit 0 */
-    RENDER_CONSTANT = 1,       /* general program, first colour from constant_color */
-    RENDER_VIDEO_DMAFD = 2,    /* external image on unit 0 */
-    RENDER_VIDEO_RAW_NV12 = 3, /* the two NV12 planes on units 0 and 1 */
+typedef enum RenderMode ANIMATION_32_BIT {
+	RENDER_TEXTURED = 0,       /* general program, first colour from unit 0 */
+	RENDER_CONSTANT = 1,       /* general program, first colour from constant_color */
+	RENDER_VIDEO_DMAFD = 2,    /* external image on unit 0 */
+	RENDER_VIDEO_RAW_NV12 = 3, /* the two NV12 planes on units 0 and 1 */
 } RenderMode;
 
 /* One half of the surface, 1152 x 576 pixels. */
-typedef ANIMATION_ENUM(ViewPortID){
-    VP_LCD0 = 0, /* left half */
-    VP_LCD1 = 1, /* right half */
+typedef enum ViewPortID ANIMATION_32_BIT {
+	VP_LCD0 = 0, /* left half */
+	VP_LCD1 = 1, /* right half */
 } ViewPortID;
 
 /* What the next frame has to rebuild from a new record; a set of two bits. */
-typedef ANIMATION_ENUM(UpdateMode){
-    UPD_MISC = 0,   /* nothing: fields that are read every frame take effect by themselves */
-    UPD_COORDS = 1, /* the strip: positions and texture coordinates */
-    UPD_TEXS = 2,   /* the textures and the constant colour; for a video, the picture */
-    UPD_ALL = 3,    /* both */
+typedef enum UpdateMode ANIMATION_32_BIT {
+	UPD_MISC = 0,   /* nothing: fields that are read every frame take effect by themselves */
+	UPD_COORDS = 1, /* the strip: positions and texture coordinates */
+	UPD_TEXS = 2,   /* the textures and the constant colour; for a video, the picture */
+	UPD_ALL = 3,    /* both */
 } UpdateMode;
 
 /* Where the textures of a TextureArray come from. Any other value acts as TEX_DATA. */
-typedef ANIMATION_ENUM(TextureDataMode){
-    TEX_BMP = 0,  /* BMP files named in textures_name */
-    TEX_DATA = 1, /* pixels described in texdata */
-    TEX_IDS = 2,  /* GL textures in texids, which stay the caller's */
-    TEX_PNG = 3,  /* PNG files named in textures_name */
+typedef enum TextureDataMode ANIMATION_32_BIT {
+	TEX_BMP = 0,  /* BMP files named in textures_name */
+	TEX_DATA = 1, /* pixels described in texdata */
+	TEX_IDS = 2,  /* GL textures in texids, which stay the caller's */
+	TEX_PNG = 3,  /* PNG files named in textures_name */
 } TextureDataMode;
 
 /* How a picture is revealed or hidden. "Top" and "bottom" hold for a strip that begins with its
  * bottom edge. GRAD_NONE and unknown values have no mask, only the alpha ramp. */
-typedef ANIMATION_ENUM(GraduallyDispMode){
-    GRAD_NONE = 0, GRAD_LEFT2RIGHT = 1, /* wipe */
-    GRAD_RIGHT2LEFT = 2,                /* wipe */
-    GRAD_TOP2BOTTOM = 3,                /* wipe */
-    GRAD_BOTTOM2TOP = 4,                /* wipe */
-    GRAD_CENTER2EDGE = 5,               /* soft disc opening from the centre */
-    GRAD_EDGE2CENTER = 6,               /* soft disc closing onto the centre */
-    GRAD_2SIDES2MIDDLE = 7,             /* two bars meeting in the middle */
-    GRAD_MIDDLE22SIDES = 8,             /* a bar growing from the middle */
-    GRAD_CENTER2SURROUND = 9,           /* soft square opening from the centre */
-    GRAD_SURROUND2CENTER = 10,          /* soft square closing onto the centre */
-    GRAD_BLOCKS = 11,                   /* random blocks */
-    GRAD_MAX = 11,                      /* the last mode, not one past it */
+typedef enum GraduallyDispMode ANIMATION_32_BIT {
+	GRAD_NONE = 0,
+	GRAD_LEFT2RIGHT = 1,       /* wipe */
+	GRAD_RIGHT2LEFT = 2,       /* wipe */
+	GRAD_TOP2BOTTOM = 3,       /* wipe */
+	GRAD_BOTTOM2TOP = 4,       /* wipe */
+	GRAD_CENTER2EDGE = 5,      /* soft disc opening from the centre */
+	GRAD_EDGE2CENTER = 6,      /* soft disc closing onto the centre */
+	GRAD_2SIDES2MIDDLE = 7,    /* two bars meeting in the middle */
+	GRAD_MIDDLE22SIDES = 8,    /* a bar growing from the middle */
+	GRAD_CENTER2SURROUND = 9,  /* soft square opening from the centre */
+	GRAD_SURROUND2CENTER = 10, /* soft square closing onto the centre */
+	GRAD_BLOCKS = 11,          /* random blocks */
+	GRAD_MAX = 11,             /* the last mode, not one past it */
 } GraduallyDispMode;
 
 /* How a sequence moves its picture in or out. */
-typedef ANIMATION_ENUM(SEQUENCE_TYPE){
-    SEQ_NONE = 0,        /* stands still */
-    SEQ_WAVE = 1,        /* rises and rocks; as an exit, invisible at once */
-    SEQ_FLOATINOUT = 2,  /* floats up into place while fading */
-    SEQ_WHIP = 3,        /* swings out sideways, growing */
-    SEQ_SCALEROTATE = 4, /* grows out of its centre while turning */
-    SEQ_MAX = 4,         /* the last motion, not one past it */
+typedef enum SEQUENCE_TYPE ANIMATION_32_BIT {
+	SEQ_NONE = 0,        /* stands still */
+	SEQ_WAVE = 1,        /* rises and rocks; as an exit, invisible at once */
+	SEQ_FLOATINOUT = 2,  /* floats up into place while fading */
+	SEQ_WHIP = 3,        /* swings out sideways, growing */
+	SEQ_SCALEROTATE = 4, /* grows out of its centre while turning */
+	SEQ_MAX = 4,         /* the last motion, not one past it */
 } SEQUENCE_TYPE;
 
 /* ---- Records of one object ---------------------------------------------------------------- */

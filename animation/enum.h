@@ -8,9 +8,9 @@
 #define ANIMATION_ENUM_H
 
 #ifdef __cplusplus
-#define ANIMATION_ENUM(tag) enum tag : unsigned int
+#define ANIMATION_32_BIT : unsigned int
 #else
-#define ANIMATION_ENUM(tag) enum tag
+#define ANIMATION_32_BIT
 #endif
 
 #endif

@@ -30,9 +30,9 @@ extern "C" {
 #pragma GCC visibility push(default)
 
 /* Orders to a running playback. */
-typedef ANIMATION_ENUM(GSTControl){
-    GST_PLAY = 0,
-    GST_PAUSE = 1,
+typedef enum GSTControl ANIMATION_32_BIT {
+	GST_PLAY = 0,
+	GST_PAUSE = 1,
 } GSTControl;
 
 /* The player's state, private to it. */

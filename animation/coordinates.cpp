@@ -21,10 +21,11 @@ struct Quad {
 /* Where a row stands between the first (0) and the last (1); a single row is the first. */
 float row_fraction(uint32_t vertex, uint32_t count, float span)
 {
+	uint32_t row = vertex / 2;
 	uint32_t rows = count / 2;
 	if (rows < 2)
 		return 0.0f;
-	return span * static_cast<float>(vertex / 2) / static_cast<float>(rows - 1);
+	return span * static_cast<float>(row) / static_cast<float>(rows - 1);
 }
 
 /* x[0], x[1], y[0] and y[2] give size and centre: the quad is rebuilt upright from these. */

@@ -64,7 +64,9 @@ int StartGSTPlay(const char *uri);
  */
 int SetGSTPlayAnimationId(unsigned int id1, void *para1, unsigned int id2, void *para2);
 
-/* Asks the playback to end and returns at once. The picture stays until its object is removed. */
+/* Asks the playback to end and returns at once; it ends within three seconds. The picture stays
+ * until its object is removed. If an RTMP server has fallen silent, its connection may outlive the
+ * playback, in a thread of GStreamer's, by up to two minutes. */
 void StopGSTPlay(void);
 
 /* Pauses or resumes. A file goes on playing by itself as soon as it has prerolled, so that a pause
@@ -106,8 +108,9 @@ GstFlowReturn pad_new_sample(GstElement *sink, CustomData *dataplayer);
 /* Body of the playback's thread. */
 void *message_thread(void *arg);
 
-/* Timer function for an application that polls the buffering itself; user is the pipeline. TRUE
- * while buffering. */
+/* Timer function for an application that polls the buffering itself; user is the pipeline. At 100
+ * percent it sets a paused pipeline to playing, after waiting up to one second for a state change
+ * under way. TRUE, to be called again, while buffering or while that state change goes on. */
 gboolean buffer_timeout(gpointer user);
 
 #pragma GCC visibility pop

@@ -1,0 +1,84 @@
+/* What an application can ask of a playback from outside. */
+#include <memory>
+
+#include <animation/list_lock.h>
+#include <player/player_state.h>
+
+namespace
+{
+
+struct UnrefQuery {
+	void operator()(GstQuery *query) const
+	{
+		gst_query_unref(query);
+	}
+};
+
+using Query = std::unique_ptr<GstQuery, UnrefQuery>;
+
+constexpr GstClockTime kStateWait = GST_SECOND;
+
+// Milliseconds from the position to the end, or 0 if either is unknown.
+guint64 play_left(GstElement *pipeline)
+{
+	gint64 position = -1;
+	gint64 duration = -1;
+	if (!gst_element_query_position(pipeline, GST_FORMAT_TIME, &position))
+		position = -1;
+	if (!gst_element_query_duration(pipeline, GST_FORMAT_TIME, &duration))
+		duration = -1;
+	return position != -1 && duration != -1 ? (duration - position) / GST_MSECOND : 0;
+}
+
+int log_buffering(GstElement *pipeline, GstQuery *query)
+{
+	gboolean busy;
+	gint percent;
+	gint64 estimated_total;
+	gst_query_parse_buffering_percent(query, &busy, &percent);
+	gst_query_parse_buffering_range(query, nullptr, nullptr, nullptr, &estimated_total);
+	if (estimated_total == -1)
+		estimated_total = 0;
+	g_log(nullptr, G_LOG_LEVEL_MESSAGE,
+	    "play_left %" G_GUINT64_FORMAT ", estimated_total %" G_GINT64_FORMAT ", percent %d",
+	    play_left(pipeline), estimated_total, percent);
+	return percent;
+}
+
+} // namespace
+
+gboolean IsGSTStatePlaying(void)
+{
+	GstState cur = GST_STATE_NULL;
+	if (ElementRef pipeline = ref_pipeline(data))
+		gst_element_get_state(pipeline.get(), &cur, nullptr, kStateWait);
+	return cur == GST_STATE_READY || cur == GST_STATE_PAUSED || cur == GST_STATE_PLAYING;
+}
+
+int GetGSTimeStramp(void)
+{
+	ListLock lock;
+	return int(__atomic_load_n(&data.timestramp, __ATOMIC_RELAXED) / GST_MSECOND);
+}
+
+gboolean buffer_timeout(gpointer user)
+{
+	auto *pipeline = static_cast<GstElement *>(user);
+	const Query query(gst_query_new_buffering(GST_FORMAT_TIME));
+	if (!gst_element_query(pipeline, query.get()))
+		return TRUE;
+
+	const gboolean is_buffering = log_buffering(pipeline, query.get()) != 100;
+	__atomic_store_n(&data.is_buffering, is_buffering, __ATOMIC_RELAXED);
+	if (is_buffering)
+		return TRUE;
+
+	GstState cur = GST_STATE_NULL;
+	if (gst_element_get_state(pipeline, &cur, nullptr, kStateWait) == GST_STATE_CHANGE_ASYNC)
+		return TRUE; // not settled yet: look again at the next tick
+	if (cur == GST_STATE_PAUSED)
+		gst_element_set_state(pipeline, GST_STATE_PLAYING);
+	else if (cur == GST_STATE_READY)
+		quit_loop();
+	return FALSE;
+}

@@ -102,9 +102,9 @@ static bool create_display(Compositor &compositor)
 		return false;
 	compositor.wakeup = wl_event_loop_add_fd(wl_display_get_event_loop(compositor.display),
 	    compositor.wakeup_fd, WL_EVENT_READABLE, run_commands, &compositor);
-	if (!compositor.wakeup ||
-	    !wl_display_add_protocol_logger(compositor.display, note_message, &compositor) ||
-	    !create_surface_globals(compositor) ||
+	compositor.logger =
+	    wl_display_add_protocol_logger(compositor.display, note_message, &compositor);
+	if (!compositor.wakeup || !compositor.logger || !create_surface_globals(compositor) ||
 	    (compositor.options.offer_shell && !create_shell_global(compositor)))
 		return false;
 	if (wl_display_add_socket_fd(compositor.display, compositor.socket.fd) != 0)
@@ -137,6 +137,8 @@ void CompositorDeleter::operator()(Compositor *compositor) const
 	}
 	if (compositor->display) {
 		wl_display_destroy_clients(compositor->display);
+		if (compositor->logger)
+			wl_protocol_logger_destroy(compositor->logger);
 		if (compositor->wakeup)
 			wl_event_source_remove(compositor->wakeup);
 		wl_display_destroy(compositor->display);

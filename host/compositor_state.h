@@ -29,6 +29,7 @@ struct Compositor {
 	CompositorOptions options;
 	PrivateSocket socket;
 	wl_display *display = nullptr;
+	wl_protocol_logger *logger = nullptr;
 	wl_event_source *wakeup = nullptr;
 	wl_global *output = nullptr;
 	int wakeup_fd = -1;

@@ -61,6 +61,8 @@ ShmClientPtr connect_client(const char *path)
 
 void ShmClientDeleter::operator()(ShmClient *client) const
 {
+	if (client->frame)
+		wl_callback_destroy(client->frame);
 	if (client->window)
 		xdg_surface_destroy(client->window);
 	if (client->surface)
@@ -124,7 +126,7 @@ bool open_window(ShmClient &client, int width, int height)
 
 static void note_frame(void *data, wl_callback *callback, std::uint32_t)
 {
-	static_cast<ShmClient *>(data)->frame_done = true;
+	static_cast<ShmClient *>(data)->frame = nullptr;
 	wl_callback_destroy(callback);
 }
 static constexpr wl_callback_listener kFrameListener = {note_frame};
@@ -134,8 +136,8 @@ void paint(ShmClient &client, std::uint32_t upper, std::uint32_t lower)
 	const std::size_t half = client.size / sizeof(std::uint32_t) / 2;
 	std::fill_n(client.pixels, half, upper);
 	std::fill_n(client.pixels + half, half, lower);
-	wl_callback_add_listener(wl_surface_frame(client.surface), &kFrameListener, &client);
-	client.frame_done = false;
+	client.frame = wl_surface_frame(client.surface);
+	wl_callback_add_listener(client.frame, &kFrameListener, &client);
 	wl_surface_attach(client.surface, client.buffer, 0, 0);
 	wl_surface_damage(client.surface, 0, 0, client.width, client.height);
 	wl_surface_commit(client.surface);
@@ -144,7 +146,7 @@ void paint(ShmClient &client, std::uint32_t upper, std::uint32_t lower)
 
 bool await_frame(ShmClient &client)
 {
-	while (!client.frame_done)
+	while (client.frame)
 		if (wl_display_dispatch(client.display) < 0)
 			return false;
 	return true;

@@ -28,7 +28,7 @@ struct ShmClient {
 
 	std::vector<std::string> globals; /* announced so far */
 	std::vector<std::string> removed; /* by number */
-	bool frame_done = true;
+	wl_callback *frame = nullptr;     /* asked for and not answered yet */
 	int configured_width = 0;
 	bool closed = false;
 };

@@ -272,7 +272,7 @@ typedef struct Backgroud_animationpara {
  *   stays as it ended; with delonloopcnt it plays k times and the object removes itself.
  */
 typedef struct Flash_animationpara {
-	InPosition2D in_position2d; /* ANI_TEX_CUT reads texPosition2d too, and refuses NULL */
+	InPosition2D in_position2d; /* ANI_TEX_CUT reads texPosition2d too */
 	TextureArray textures;      /* only textures[0] and the alpha texture are shown */
 	uint32_t pre_frame;         /* frames before the first cycle */
 	uint32_t on_frame;          /* frames shown */
@@ -284,7 +284,8 @@ typedef struct Flash_animationpara {
 	UpdateMode update;          /* read by UpdateAnimationObj; set to UPD_ALL by creation */
 } Flash_animationpara;
 
-/* ANI_TEX_CUT: a flash that shows the part of its picture which texPosition2d cuts out. */
+/* ANI_TEX_CUT: a flash that shows the part of its picture which texPosition2d cuts out. Without
+ * that array creation answers ANIMATION_NO_OBJECT, and an update is ignored with a report. */
 typedef Flash_animationpara TexCut_animationpara;
 
 /*
@@ -382,7 +383,8 @@ typedef struct VideoGST_animationpara {
 	UpdateMode update;          /* read by UpdateAnimationObj; set to UPD_ALL by creation */
 } VideoGST_animationpara;
 
-/* One NV12 frame: pixels in memory, or two ready textures. */
+/* One NV12 frame: pixels in memory, or two ready textures. Keep to one of the two for the life of an
+ * object: textures that it uploaded are not deleted when ready ones take their place. */
 typedef struct BufferInfoRAW {
 	uint32_t width;   /* pixels; rows of both planes are taken as this many bytes long */
 	uint32_t height;  /* pixels */

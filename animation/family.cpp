@@ -13,7 +13,7 @@ struct OwnedRenderObj {
 	bool textures_are_borrowed; /* textures[] holds the caller's ids, never to be deleted */
 };
 
-bool &textures_are_borrowed(RenderObj &renderobj)
+bool &borrowed_flag(RenderObj &renderobj)
 {
 	return reinterpret_cast<OwnedRenderObj &>(renderobj).textures_are_borrowed;
 }
@@ -64,6 +64,11 @@ void destroy_undrawn(AnimationObj &obj)
 	obj.renderobj->repaint = false;
 }
 
+bool textures_are_borrowed(RenderObj &renderobj)
+{
+	return borrowed_flag(renderobj);
+}
+
 void give_up_borrowed_textures(RenderObj &renderobj)
 {
 	if (textures_are_borrowed(renderobj))
@@ -78,20 +83,25 @@ void set_render_defaults(RenderObj &renderobj, ViewPortID vp_id)
 	renderobj.vp_id = vp_id;
 }
 
-bool replace_strip(RenderObj &renderobj, const InPosition2D &in_position2d)
+bool replace_strip(RenderObj &renderobj, const InPosition2D &in_position2d, int units)
 {
+	float **texture_coordinates[] = {
+	    &renderobj.texturecoord0,
+	    &renderobj.texturecoord1,
+	    &renderobj.texturecoord2,
+	};
 	drop(renderobj.position3d);
-	drop(renderobj.texturecoord0);
-	drop(renderobj.texturecoord1);
-	drop(renderobj.texturecoord2);
+	for (float **coordinates : texture_coordinates)
+		drop(*coordinates);
 
 	std::size_t count = renderobj.coordnum = in_position2d.coordnum;
 	renderobj.position3d = allocate<float>(3 * count);
-	renderobj.texturecoord0 = allocate<float>(2 * count);
-	renderobj.texturecoord1 = allocate<float>(2 * count);
-	renderobj.texturecoord2 = allocate<float>(2 * count);
-	if (!renderobj.position3d || !renderobj.texturecoord0 || !renderobj.texturecoord1 ||
-	    !renderobj.texturecoord2) {
+	bool complete = renderobj.position3d;
+	for (int unit = 0; unit < units; unit++) {
+		*texture_coordinates[unit] = allocate<float>(2 * count);
+		complete = complete && *texture_coordinates[unit];
+	}
+	if (!complete) {
 		renderobj.coordnum = 0;
 		return false;
 	}
@@ -101,14 +111,15 @@ bool replace_strip(RenderObj &renderobj, const InPosition2D &in_position2d)
 
 void copy_texture_coordinates(RenderObj &renderobj)
 {
-	std::size_t size = std::size_t{2} * renderobj.coordnum * sizeof(float);
-	std::memcpy(renderobj.texturecoord1, renderobj.texturecoord0, size);
-	std::memcpy(renderobj.texturecoord2, renderobj.texturecoord0, size);
+	std::size_t floats = std::size_t{2} * renderobj.coordnum;
+	for (float *coordinates : {renderobj.texturecoord1, renderobj.texturecoord2})
+		if (coordinates)
+			std::copy_n(renderobj.texturecoord0, floats, coordinates);
 }
 
 void resolve_textures(RenderObj &renderobj, const TextureArray &textures, uint32_t previous)
 {
-	bool &borrowed = textures_are_borrowed(renderobj);
+	bool &borrowed = borrowed_flag(renderobj);
 	if (previous && !borrowed)
 		glDeleteTextures(static_cast<GLsizei>(previous), renderobj.textures);
 
@@ -161,4 +172,51 @@ void bind_alpha_texture(RenderObj &renderobj, const TextureArray &textures)
 		return;
 	bind_texture(2, renderobj.textures[textures.alpha_index]);
 	renderobj.blendingmode = static_cast<BlendingMode>(renderobj.blendingmode | BLD_ALPHA_MASK);
+}
+
+static float ramp(float from, float to, const CyclePosition &at)
+{
+	return from + ((to - from) * static_cast<float>(at.n)) / static_cast<float>(at.N);
+}
+
+void set_cycle_alpha(RenderObj &renderobj, const CyclePosition &at, const CycleAlphas &alphas)
+{
+	switch (at.phase) {
+	case Phase::kEntry:
+		renderobj.prealpha0 = ramp(alphas.out_alpha, alphas.in_alpha, at);
+		break;
+	case Phase::kHold:
+		renderobj.prealpha0 = alphas.in_alpha;
+		break;
+	case Phase::kExit:
+		renderobj.prealpha0 = ramp(alphas.in_alpha, alphas.out_alpha, at);
+		break;
+	case Phase::kHidden:
+		renderobj.prealpha0 = alphas.hidden_alpha;
+		break;
+	case Phase::kSpent:
+		break;
+	}
+}
+
+void set_cycle_status(AnimationObj &obj, const CyclePosition &at, const CycleStates &states)
+{
+	unsigned int bit = ST_SHOW;
+	switch (at.phase) {
+	case Phase::kEntry:
+		bit = at.n == at.N ? ST_SHOW : states.moving_in;
+		break;
+	case Phase::kHold:
+		break;
+	case Phase::kExit:
+		bit = at.n == at.N ? ST_HIDE : states.moving_out;
+		break;
+	case Phase::kHidden:
+		bit = ST_HIDE;
+		break;
+	case Phase::kSpent:
+		return;
+	}
+	clear_status(obj, states.moving_in | states.moving_out | ST_SHOW | ST_HIDE);
+	set_status(obj, bit);
 }

@@ -93,13 +93,22 @@ void replace_record(unsigned int id, Para *caller, RecordArrays<Para> arrays = {
 /* Marks an object for the end of this frame, undrawn. */
 void destroy_undrawn(AnimationObj &obj);
 
+/* True if the object's texture set is the caller's own: never to be deleted here. */
+bool textures_are_borrowed(RenderObj &renderobj);
+
 /* Keeps the removal of an object from deleting textures that are the caller's. */
 void give_up_borrowed_textures(RenderObj &renderobj);
 
-/* True if a removal that does not wait for a hidden phase was asked for. */
-inline bool immediate_removal_is_due(const AnimationObj &obj)
+/* The destroy check of the loop types, which let DEL_ON_HIDE wait for a hidden phase. True if the
+ * object goes: its frame is over. */
+inline bool remove_immediately(
+    AnimationObj &obj, void (*give_up_textures)(RenderObj &) = give_up_borrowed_textures)
 {
-	return has_status(obj, ST_PENDINGDESTROY) && obj.delmode == DEL_IMMEDIATELY;
+	if (!has_status(obj, ST_PENDINGDESTROY) || obj.delmode != DEL_IMMEDIATELY)
+		return false;
+	destroy_undrawn(obj);
+	give_up_textures(*obj.renderobj);
+	return true;
 }
 
 /* ---- Set-up ------------------------------------------------------------------------------- */
@@ -118,9 +127,11 @@ void first_frame_test(AnimationObj &obj, Para &para)
 
 void set_render_defaults(RenderObj &renderobj, ViewPortID vp_id);
 
-/* Replaces the arrays of the strip, but for texture coordinates, which the caller of this step
- * fills into texturecoord0. False without memory: the object then draws nothing. */
-bool replace_strip(RenderObj &renderobj, const InPosition2D &in_position2d);
+/* Replaces the arrays of the strip, with texture coordinates for the first units of them; the
+ * caller of this step fills texturecoord0. False without memory: the object then draws nothing. */
+bool replace_strip(RenderObj &renderobj, const InPosition2D &in_position2d, int units);
+
+/* Gives the other units of the strip the texture coordinates of unit 0. */
 void copy_texture_coordinates(RenderObj &renderobj);
 
 /* The default filling of texturecoord0: the whole picture. */
@@ -158,7 +169,7 @@ void set_up(
 	RenderObj &renderobj = *obj.renderobj;
 	first_frame_test(obj, para);
 	set_render_defaults(renderobj, para.in_position2d.vp_id);
-	if ((para.update & UPD_COORDS) && replace_strip(renderobj, para.in_position2d)) {
+	if ((para.update & UPD_COORDS) && replace_strip(renderobj, para.in_position2d, 3)) {
 		fill_coordinates(renderobj);
 		copy_texture_coordinates(renderobj);
 	}
@@ -177,5 +188,111 @@ inline void bind_texture(unsigned int unit, GLuint texture)
 	glBindTexture(GL_TEXTURE_2D, texture);
 }
 
+/* Binds the first texture of the set as the picture; a constant colour needs none. */
+inline void bind_picture(const RenderObj &renderobj)
+{
+	if (renderobj.rendermode == RENDER_TEXTURED)
+		bind_texture(0, renderobj.textures[0]);
+}
+
 /* Binds the alpha texture, if there is one, and lets it scale the result. */
 void bind_alpha_texture(RenderObj &renderobj, const TextureArray &textures);
+
+/* ---- Loop types --------------------------------------------------------------------------- */
+
+/* True in the frames of the start delay after its first one, which runs the set-up and frame 0. No
+ * phase runs in a waiting frame, and none is counted. */
+template <class Para>
+bool is_waiting(const AnimationObj &obj, const Para &para)
+{
+	return para.pre_frame && obj.curframeno == ANIMATION_NOT_STARTED;
+}
+
+/* Counts the frame, and starts the cycle over at its end if a restart is left. */
+template <class Para>
+void count_frame(AnimationObj &obj, const Para &para, uint32_t cycle_end)
+{
+	obj.curframeno = obj.curframeno + 1;
+	if (obj.curframeno >= cycle_end && (!para.loopcnt || obj.cur_loopcnt < para.loopcnt)) {
+		obj.curframeno = 0;
+		obj.cur_loopcnt++;
+	}
+}
+
+/* Hides a frame of the start delay, which counts for no cycle. The whole status goes, a removal
+ * asked for with it. */
+template <class Para>
+void count_start_delay(AnimationObj &obj, Para &para)
+{
+	para.pre_frame--;
+	obj.renderobj->prealpha0 = 0.0f;
+	obj.renderobj->prealpha1 = 0.0f;
+	obj.status = ST_PREPARE;
+	obj.curframeno = para.pre_frame ? ANIMATION_NOT_STARTED : 0;
+}
+
+/* The end of a loop type's frame. An object that goes here is still drawn a last time. */
+template <class Para>
+void close_loop_frame(AnimationObj &obj, Para &para, uint32_t cycle_end,
+    void (*give_up_textures)(RenderObj &) = give_up_borrowed_textures)
+{
+	if (para.pre_frame)
+		count_start_delay(obj, para);
+	else
+		count_frame(obj, para, cycle_end);
+	if (obj.delmode == DEL_ON_HIDE && has_status(obj, ST_PENDINGDESTROY | ST_HIDE))
+		set_status(obj, ST_ONDESTROY);
+	if (para.delonloopcnt && para.loopcnt && obj.cur_loopcnt == para.loopcnt)
+		set_status(obj, ST_ONDESTROY);
+	if (has_status(obj, ST_ONDESTROY))
+		give_up_textures(*obj.renderobj);
+	obj.renderobj->repaint = true;
+}
+
+/* The phase that a frame of a cycle of entry, hold, exit and hidden time falls in. */
+enum class Phase { kEntry, kHold, kExit, kHidden, kSpent };
+
+/* A moving phase is at step n of N, from 1: its untouched start is never drawn. */
+struct CyclePosition {
+	Phase phase;
+	uint32_t n;
+	uint32_t N;
+};
+
+/* The sums wrap like the fields they are made of. */
+template <class Para>
+uint32_t cycle_end_of(const Para &para)
+{
+	return para.in_frame + para.sin_frame + para.out_frame + para.sout_frame;
+}
+
+template <class Para>
+CyclePosition cycle_position(const AnimationObj &obj, const Para &para)
+{
+	uint32_t frame = obj.curframeno;
+	uint32_t exit = para.in_frame + para.sin_frame;
+	if (frame < para.in_frame)
+		return {Phase::kEntry, frame + 1, para.in_frame};
+	if (frame < exit)
+		return {Phase::kHold, 0, 0};
+	if (frame < exit + para.out_frame)
+		return {Phase::kExit, frame - exit + 1, para.out_frame};
+	return {frame < cycle_end_of(para) ? Phase::kHidden : Phase::kSpent, 0, 0};
+}
+
+/* The states that a type reports while it moves in and out. */
+struct CycleStates {
+	AnimationStatus moving_in;
+	AnimationStatus moving_out;
+};
+
+/* The alpha of the phase: ramps between out_alpha and in_alpha. */
+struct CycleAlphas {
+	float in_alpha;
+	float out_alpha;
+	float hidden_alpha;
+};
+void set_cycle_alpha(RenderObj &renderobj, const CyclePosition &at, const CycleAlphas &alphas);
+
+/* Reports the phase. The last step of a moving phase reports the state that it leads to. */
+void set_cycle_status(AnimationObj &obj, const CyclePosition &at, const CycleStates &states);

@@ -1,0 +1,100 @@
+#include <animation/family.h>
+#include <animation/report.h>
+
+/* The flash, and the texture cut: a flash with texture coordinates of the caller's. */
+
+namespace
+{
+
+bool own_cut(TexCut_animationpara &para)
+{
+	InPosition2D &strip = para.in_position2d;
+	/* Both pointers are the caller's at first: neither may be freed as ours if a copy fails. */
+	bool owned = own_copy(strip.texPosition2d, std::size_t{2} * strip.coordnum);
+	return own_position(para) && owned;
+}
+
+void free_cut(TexCut_animationpara &para)
+{
+	free_position(para);
+	drop(para.in_position2d.texPosition2d);
+}
+
+constexpr RecordArrays<TexCut_animationpara> kCutArrays = {own_cut, free_cut};
+
+void blink(AnimationObj &obj, const Flash_animationpara &para)
+{
+	if (obj.curframeno < para.on_frame) {
+		obj.renderobj->prealpha0 = para.on_alpha;
+		clear_status(obj, ST_HIDE);
+		set_status(obj, ST_SHOW);
+	} else if (obj.curframeno < para.on_frame + para.off_frame) {
+		obj.renderobj->prealpha0 = para.off_alpha;
+		clear_status(obj, ST_SHOW);
+		set_status(obj, ST_HIDE);
+	}
+}
+
+template <class FillCoordinates>
+void generate_flash(AnimationObj &obj, FillCoordinates fill_coordinates)
+{
+	auto &para = para_of<Flash_animationpara>(obj);
+	RenderObj &renderobj = *obj.renderobj;
+
+	if (remove_immediately(obj))
+		return;
+	set_up(obj, para, fill_coordinates, rebuild_textures);
+
+	bind_picture(renderobj);
+	renderobj.blendingmode = BLD_SOURCE;
+	renderobj.prealpha1 = 1.0f;
+	bind_alpha_texture(renderobj, para.textures);
+	if (!is_waiting(obj, para))
+		blink(obj, para);
+	close_loop_frame(obj, para, para.on_frame + para.off_frame);
+}
+
+} // namespace
+
+unsigned int CreateFlashAnimation(Flash_animationpara *para)
+{
+	return create_object(ANI_FLASH, para);
+}
+
+void UpdateFlashAnimation(unsigned int id, Flash_animationpara *para)
+{
+	replace_record(id, para);
+}
+
+void GenFlashAnimationFrame(unsigned int id, void *)
+{
+	if (AnimationObj *obj = FindAnimationObj(id))
+		generate_flash(*obj, whole_picture);
+}
+
+unsigned int CreateTexCutAnimation(TexCut_animationpara *para)
+{
+	if (!para->in_position2d.texPosition2d)
+		return ANIMATION_NO_OBJECT;
+	return create_object(ANI_TEX_CUT, para, kCutArrays);
+}
+
+void UpdateTexCutAnimation(unsigned int id, TexCut_animationpara *para)
+{
+	if (!para->in_position2d.texPosition2d) {
+		REPORT("ERROR: a texture cut needs texPosition2d\n");
+		return;
+	}
+	replace_record(id, para, kCutArrays);
+}
+
+void GenTexCutAnimationFrame(unsigned int id, void *)
+{
+	AnimationObj *obj = FindAnimationObj(id);
+	if (!obj)
+		return;
+	const float *cut = para_of<TexCut_animationpara>(*obj).in_position2d.texPosition2d;
+	generate_flash(*obj, [cut](RenderObj &renderobj) {
+		GenTextureCoord_cut(renderobj.texturecoord0, cut, renderobj.coordnum, true);
+	});
+}

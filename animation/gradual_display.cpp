@@ -1,0 +1,156 @@
+#include <animation/block_mask.h>
+#include <animation/family.h>
+#include <animation/gradual_masks.h>
+#include <animation/report.h>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace
+{
+
+/* Mask textures stand behind the caller's: four fixed bitmaps, then seven that frames fill. */
+constexpr uint32_t kMasks = 11;
+constexpr const char *kMaskFiles[kMasks] = {
+    MASK_DIR "GT.bmp",
+    MASK_DIR "GB.bmp",
+    MASK_DIR "GL.bmp",
+    MASK_DIR "GR.bmp",
+    MASK_DIR "white.bmp",
+    MASK_DIR "white.bmp",
+    MASK_DIR "white.bmp",
+    MASK_DIR "white.bmp",
+    MASK_DIR "white.bmp",
+    MASK_DIR "white.bmp",
+    MASK_DIR "white.bmp",
+};
+static_assert(kMasks + ANIMATION_MAX_GRADUAL_TEXTURES == ANIMATION_MAX_TEXTURES);
+static_assert(sizeof(MASK_DIR "white.bmp") <= sizeof(TextureArray::textures_name[0]),
+    "the path of the mask folder is too long for a texture's file name");
+
+constexpr CycleStates kStates = {ST_GRADEIN, ST_GRADEOUT};
+
+bool has_room_for_masks(const GraduallyDispLoop_animationpara &para)
+{
+	return para.textures.tex_num <= ANIMATION_MAX_GRADUAL_TEXTURES;
+}
+
+/* The caller's textures among those of the object; none before the first set-up. */
+uint32_t callers_textures(const RenderObj &renderobj)
+{
+	return renderobj.tex_num ? renderobj.tex_num - kMasks : 0;
+}
+
+/* The masks are the object's own and still to be deleted: only the caller's ids are forgotten. */
+void forget_borrowed_textures(RenderObj &renderobj)
+{
+	if (textures_are_borrowed(renderobj))
+		std::fill_n(renderobj.textures, callers_textures(renderobj), 0);
+}
+
+void load_masks(RenderObj &renderobj, TextureArray &textures)
+{
+	GLuint *masks = renderobj.textures + textures.tex_num;
+	glGenTextures(kMasks, masks);
+	for (uint32_t i = 0; i < kMasks; i++) {
+		char *name = textures.textures_name[textures.tex_num + i];
+		snprintf(name, sizeof(textures.textures_name[0]), "%s", kMaskFiles[i]);
+	}
+	for (uint32_t i = 0; i < kMasks; i++) {
+		glBindTexture(GL_TEXTURE_2D, masks[i]);
+		load_texture_bmp(masks[i], textures.textures_name[textures.tex_num + i]);
+	}
+}
+
+void rebuild_with_masks(RenderObj &renderobj, TextureArray &textures)
+{
+	uint32_t previous = callers_textures(renderobj);
+	if (renderobj.tex_num)
+		glDeleteTextures(kMasks, renderobj.textures + previous);
+	resolve_textures(renderobj, textures, previous);
+	load_masks(renderobj, textures);
+	renderobj.tex_num = textures.tex_num + kMasks;
+	count_pictures(renderobj, textures);
+	set_constant_color(renderobj, textures);
+}
+
+/* Builds the mask of this step in its texture, which stays bound for the draw. */
+void upload_mask(GLuint texture, GraduallyDispMode mode, MaskHalf half, const CyclePosition &at)
+{
+	Mask tdata;
+	bind_texture(1, texture);
+	if (mode == GRAD_BLOCKS)
+		build_block_mask(half, at.n, at.N, &tdata);
+	else
+		build_mask(mode, half, at.n, at.N, &tdata);
+	load_texture(texture, kMaskSize, kMaskSize, GL_BGRA_EXT, &tdata);
+}
+
+/* Puts the mask of a moving phase on unit 1. A mask that would stand first in the object's textures
+ * is not used: the picture then only ramps. */
+void apply_mask(
+    RenderObj &renderobj, GraduallyDispMode mode, MaskHalf half, const CyclePosition &at)
+{
+	MaskKind kind = mask_kind(mode);
+	if (kind == MaskKind::kNone || !renderobj.tex_num)
+		return;
+	uint32_t texidx = callers_textures(renderobj) + static_cast<uint32_t>(mask_slot(mode, half));
+	MaskWindow window = {0.0f, 0.0f, 1.0f, 1.0f};
+	if (kind == MaskKind::kLine)
+		window = line_window(mode, at.n, at.N);
+	else
+		upload_mask(renderobj.textures[texidx], mode, half, at);
+	if (!texidx)
+		return;
+	GenTextureCoord_GRAD(
+	    renderobj.texturecoord1, renderobj.coordnum, window.x1, window.y1, window.x2, window.y2);
+	bind_texture(1, renderobj.textures[texidx]);
+	renderobj.blendingmode = BLD_PRE_ALPHA;
+}
+
+} // namespace
+
+unsigned int CreateGraduallyDispLoopAnimation(GraduallyDispLoop_animationpara *para)
+{
+	if (!has_room_for_masks(*para))
+		return ANIMATION_NO_OBJECT;
+	return create_object(ANI_GRADUALLYDISP, para);
+}
+
+void UpdateGraduallyDispLoopAnimation(unsigned int id, GraduallyDispLoop_animationpara *para)
+{
+	if (!has_room_for_masks(*para)) {
+		REPORT(
+		    "ERROR: a gradual display takes at most %d textures\n", ANIMATION_MAX_GRADUAL_TEXTURES);
+		return;
+	}
+	replace_record(id, para);
+}
+
+void GenGraduallyDispLoopAnimationFrame(unsigned int id, void *)
+{
+	AnimationObj *obj = FindAnimationObj(id);
+	if (!obj)
+		return;
+	auto &para = para_of<GraduallyDispLoop_animationpara>(*obj);
+	RenderObj &renderobj = *obj->renderobj;
+
+	if (remove_immediately(*obj, forget_borrowed_textures))
+		return;
+	set_up(*obj, para, whole_picture, rebuild_with_masks);
+
+	bind_picture(renderobj);
+	renderobj.blendingmode = BLD_SOURCE;
+	renderobj.prealpha1 = 1.0f;
+	if (!is_waiting(*obj, para)) {
+		CyclePosition at = cycle_position(*obj, para);
+		set_cycle_alpha(renderobj, at, {para.in_alpha, para.out_alpha, 0.0f});
+		if (at.phase == Phase::kEntry)
+			apply_mask(renderobj, para.gmode_show, MaskHalf::kEntry, at);
+		else if (at.phase == Phase::kExit)
+			apply_mask(renderobj, para.gmode_hide, MaskHalf::kExit, at);
+		set_cycle_status(*obj, at, kStates);
+	}
+	bind_alpha_texture(renderobj, para.textures);
+	close_loop_frame(*obj, para, cycle_end_of(para), forget_borrowed_textures);
+}

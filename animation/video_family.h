@@ -1,0 +1,75 @@
+/* What the two video types share beyond the steps of the family. */
+#pragma once
+
+#include <algorithm>
+
+#include <animation/family.h>
+
+/* A record of either type; the frame description may be missing. */
+template <class Para>
+bool own_video_arrays(Para &para)
+{
+	std::size_t floats = std::size_t{2} * para.in_position2d.coordnum;
+	/* All pointers are the caller's at first: each is replaced, whatever became of the others. */
+	bool position = own_position(para);
+	bool texcoord = own_copy(para.texcoord, floats);
+	bool bufinfo = !para.bufinfo || own_copy(para.bufinfo, 1);
+	return position && texcoord && bufinfo;
+}
+
+template <class Para>
+void free_video_arrays(Para &para)
+{
+	free_position(para);
+	drop(para.texcoord);
+	drop(para.bufinfo);
+}
+
+template <class Para>
+constexpr RecordArrays<Para> kVideoArrays = {own_video_arrays<Para>, free_video_arrays<Para>};
+
+/* Copies the record's texture coordinates to an array of the strip. An update may have changed the
+ * record's strip without rebuilding the object's: the shorter count fits both. */
+template <class Para>
+uint32_t copy_texcoord(const RenderObj &renderobj, float *target, const Para &para)
+{
+	uint32_t count = std::min(renderobj.coordnum, para.in_position2d.coordnum);
+	std::copy_n(para.texcoord, std::size_t{2} * count, target);
+	return count;
+}
+
+/* The strip with the caller's texture coordinates on each of its units. */
+template <class Para>
+void rebuild_video_strip(RenderObj &renderobj, const Para &para, int units)
+{
+	if (!replace_strip(renderobj, para.in_position2d, units))
+		return;
+	copy_texcoord(renderobj, renderobj.texturecoord0, para);
+	copy_texture_coordinates(renderobj);
+}
+
+/*
+ * Everything that stands behind the change gate of a video type, which is drawn in the frames of an
+ * update only. The first update of an object counts as first_update; the strip is textured on the
+ * first units; take_picture(renderobj, para) does the type's own work.
+ */
+template <class Para, class TakePicture>
+void set_up_video(
+    AnimationObj &obj, Para &para, UpdateMode first_update, int units, TakePicture take_picture)
+{
+	RenderObj &renderobj = *obj.renderobj;
+	renderobj.repaint = para.update != UPD_MISC;
+	if (!renderobj.repaint)
+		return;
+	if (obj.curframeno == ANIMATION_NOT_STARTED) {
+		para.update = first_update;
+		obj.curframeno = 0;
+	}
+	renderobj.vp_id = para.in_position2d.vp_id;
+	if (para.update & UPD_COORDS)
+		rebuild_video_strip(renderobj, para, units);
+	if (para.update & UPD_TEXS)
+		take_picture(renderobj, para);
+	set_projection(renderobj);
+	para.update = UPD_MISC;
+}

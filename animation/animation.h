@@ -383,8 +383,8 @@ typedef struct VideoGST_animationpara {
 	UpdateMode update;          /* read by UpdateAnimationObj; set to UPD_ALL by creation */
 } VideoGST_animationpara;
 
-/* One NV12 frame: pixels in memory, or two ready textures. Keep to one of the two for the life of an
- * object: textures that it uploaded are not deleted when ready ones take their place. */
+/* One NV12 frame: pixels in memory, or two ready textures. Keep to one of the two for the life of
+ * an object: textures that it uploaded are not deleted when ready ones take their place. */
 typedef struct BufferInfoRAW {
 	uint32_t width;   /* pixels; rows of both planes are taken as this many bytes long */
 	uint32_t height;  /* pixels */

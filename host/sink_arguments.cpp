@@ -11,8 +11,12 @@ const char kSinkUsage[] = "  --window              show the pictures in a window
 bool parse_count(const std::string &text, std::uint64_t *value)
 {
 	const char *end = text.data() + text.size();
-	auto [stop, failure] = std::from_chars(text.data(), end, *value);
-	return failure == std::errc() && stop == end && *value > 0;
+	std::uint64_t read = 0;
+	auto [stop, failure] = std::from_chars(text.data(), end, read);
+	if (failure != std::errc() || stop != end || read == 0)
+		return false;
+	*value = read;
+	return true;
 }
 
 static bool parse_snapshot(const std::string &text, std::vector<Snapshot> *snapshots)

@@ -27,7 +27,7 @@ extern const char kSinkUsage[];
 ArgumentResult take_sink_argument(
     int argc, char *const *argv, int *index, SinkArguments *arguments, std::string *error);
 
-/* A whole number from 1 up, and nothing after it. */
+/* A whole number from 1 up, and nothing after it; *value stays if it is none. */
 bool parse_count(const std::string &text, std::uint64_t *value);
 
 #endif

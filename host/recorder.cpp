@@ -1,0 +1,189 @@
+#include <host/recorder.h>
+
+#include <cstring>
+
+#include <gst/app/gstappsrc.h>
+#include <gst/gst.h>
+#include <gst/video/video.h>
+
+#include <host/unfinished_file.h>
+
+/* At a constant quantiser the ultrafast preset is cheap enough to run beside a software renderer on
+ * two cores, and sharp edges stay sharp. x264enc makes 4:4:4 of anything but I420. */
+static constexpr char kPipeline[] =
+    "appsrc name=pictures format=time ! videoconvert ! video/x-raw,format=I420 ! "
+    "x264enc speed-preset=ultrafast pass=quant quantizer=20 key-int-max=50 ! mp4mux ! "
+    "filesink name=file";
+
+static constexpr guint64 kMostWaiting = 4; /* pictures of 5 MB */
+static constexpr GstClockTime kFrameTime = GST_SECOND / kPicturesPerSecond;
+static constexpr GstClockTime kLongestEnd = 60 * GST_SECOND;
+
+namespace
+{
+struct Unref {
+	void operator()(void *object) const
+	{
+		gst_object_unref(object);
+	}
+};
+struct MessageUnref {
+	void operator()(GstMessage *message) const
+	{
+		gst_message_unref(message);
+	}
+};
+using MessagePtr = std::unique_ptr<GstMessage, MessageUnref>;
+} // namespace
+
+struct Recorder {
+	std::string path;
+	std::unique_ptr<GstElement, Unref> pipeline;
+	std::unique_ptr<GstAppSrc, Unref> source;
+	std::unique_ptr<GstBus, Unref> bus;
+	std::unique_ptr<GstBufferPool, Unref> pool;
+	std::size_t row_size;
+	int height;
+	guint64 pictures = 0;
+};
+
+/* GStreamer says what failed in its message and why in the last line of its debug text. */
+static std::string reason_of(GstMessage *message)
+{
+	GError *failure = nullptr;
+	gchar *debug = nullptr;
+	gst_message_parse_error(message, &failure, &debug);
+	std::string reason = failure->message;
+	if (const char *last_line = debug ? strrchr(debug, '\n') : nullptr)
+		reason += std::string(" (") + (last_line + 1) + ')';
+	g_error_free(failure);
+	g_free(debug);
+	return reason;
+}
+
+/* Waits so long at most, and tells whether the pipeline has failed by then. */
+static bool has_failed(Recorder &recorder, GstClockTime wait, std::string *error)
+{
+	MessagePtr message(gst_bus_timed_pop_filtered(recorder.bus.get(), wait, GST_MESSAGE_ERROR));
+	if (!message)
+		return false;
+	*error = "cannot record to " + recorder.path + ": " + reason_of(message.get());
+	return true;
+}
+
+static bool create_pipeline(Recorder &recorder, std::string *error)
+{
+	GError *failure = nullptr;
+	recorder.pipeline.reset(
+	    gst_parse_launch_full(kPipeline, nullptr, GST_PARSE_FLAG_FATAL_ERRORS, &failure));
+	if (!recorder.pipeline) {
+		*error = "cannot record to " + recorder.path + ": " + failure->message;
+		g_error_free(failure);
+		return false;
+	}
+	GstBin *bin = GST_BIN(recorder.pipeline.get());
+	std::unique_ptr<GstElement, Unref> file(gst_bin_get_by_name(bin, "file"));
+	g_object_set(file.get(), "location", recorder.path.c_str(), nullptr);
+	recorder.source.reset(GST_APP_SRC(gst_bin_get_by_name(bin, "pictures")));
+	recorder.bus.reset(gst_element_get_bus(recorder.pipeline.get()));
+	return true;
+}
+
+/* Pictures of 5 MB would go back to the system and come as fresh pages each time. */
+static bool create_pool(Recorder &recorder, int width)
+{
+	GstVideoInfo info;
+	gst_video_info_set_format(&info, GST_VIDEO_FORMAT_BGRx, width, recorder.height);
+	info.fps_n = kPicturesPerSecond;
+	GstCaps *caps = gst_video_info_to_caps(&info);
+	gst_app_src_set_caps(recorder.source.get(), caps);
+	recorder.pool.reset(gst_buffer_pool_new());
+	GstStructure *config = gst_buffer_pool_get_config(recorder.pool.get());
+	gst_buffer_pool_config_set_params(config, caps, static_cast<guint>(info.size), 0, 0);
+	gst_caps_unref(caps);
+	return gst_buffer_pool_set_config(recorder.pool.get(), config) &&
+	       gst_buffer_pool_set_active(recorder.pool.get(), TRUE);
+}
+
+RecorderPtr open_recorder(const std::string &path, int width, int height, std::string *error)
+{
+	RecorderPtr recorder(new Recorder{
+	    .path = path, .row_size = static_cast<std::size_t>(width) * 4, .height = height});
+	gst_init(nullptr, nullptr);
+	if (!create_pipeline(*recorder, error))
+		return nullptr;
+	if (!create_pool(*recorder, width)) {
+		*error = "cannot record to " + path + ": no memory for pictures";
+		return nullptr;
+	}
+	if (gst_element_set_state(recorder->pipeline.get(), GST_STATE_PLAYING) ==
+	    GST_STATE_CHANGE_FAILURE) {
+		if (!has_failed(*recorder, 0, error))
+			*error = "cannot record to " + path + ": the encoder does not start";
+		return nullptr;
+	}
+	return recorder;
+}
+
+static void copy_rows(const Recorder &recorder, const Picture &picture, unsigned char *target)
+{
+	if (picture.stride == recorder.row_size) {
+		memcpy(target, picture.pixels, recorder.row_size * recorder.height);
+		return;
+	}
+	for (int y = 0; y < recorder.height; y++)
+		memcpy(
+		    target + y * recorder.row_size, picture.pixels + y * picture.stride, recorder.row_size);
+}
+
+bool record_picture(Recorder &recorder, const Picture &picture, std::string *error)
+{
+	GstClockTime wait = 0;
+	do {
+		if (has_failed(recorder, wait, error)) /* an encoder that has ended must not hold us */
+			return false;
+		wait = 2 * GST_MSECOND;
+	} while (gst_app_src_get_current_level_buffers(recorder.source.get()) >= kMostWaiting);
+
+	GstBuffer *buffer = nullptr;
+	GstMapInfo map;
+	if (gst_buffer_pool_acquire_buffer(recorder.pool.get(), &buffer, nullptr) != GST_FLOW_OK ||
+	    !gst_buffer_map(buffer, &map, GST_MAP_WRITE)) {
+		gst_clear_buffer(&buffer);
+		*error = "cannot record to " + recorder.path + ": no memory for pictures";
+		return false;
+	}
+	copy_rows(recorder, picture, map.data);
+	gst_buffer_unmap(buffer, &map);
+	GST_BUFFER_PTS(buffer) = recorder.pictures++ * kFrameTime;
+	GST_BUFFER_DURATION(buffer) = kFrameTime;
+	gst_app_src_push_buffer(recorder.source.get(), buffer);
+	return true;
+}
+
+bool finish_recording(Recorder &recorder, std::string *error)
+{
+	if (recorder.pictures == 0) {
+		gst_element_set_state(recorder.pipeline.get(), GST_STATE_NULL);
+		remove_unfinished_file(recorder.path);
+		*error = "nothing to record to " + recorder.path + ": no picture came";
+		return false;
+	}
+	gst_app_src_end_of_stream(recorder.source.get());
+	MessagePtr end(gst_bus_timed_pop_filtered(recorder.bus.get(), kLongestEnd,
+	    static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR)));
+	if (end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS)
+		return true;
+	*error = "cannot record to " + recorder.path + ": " +
+	         (end ? reason_of(end.get()) : "the encoder does not end");
+	return false;
+}
+
+void RecorderDeleter::operator()(Recorder *recorder) const
+{
+	if (recorder->pipeline)
+		gst_element_set_state(recorder->pipeline.get(), GST_STATE_NULL);
+	if (recorder->pool)
+		gst_buffer_pool_set_active(recorder->pool.get(), FALSE);
+	delete recorder;
+}

@@ -1,0 +1,102 @@
+#include <host/sinks.h>
+
+#include <host/preview_window.h>
+#include <host/recorder.h>
+#include <host/snapshots.h>
+
+struct Sinks {
+	int width;
+	int height;
+	PreviewWindowPtr window;
+	std::vector<PendingSnapshot> snapshots;
+	RecorderPtr recorder;
+	std::uint64_t pictures = 0;
+	bool closed = false; /* by the user */
+	std::string failure; /* of the first sink that failed */
+};
+
+SinksPtr open_sinks(
+    const SinkOptions &options, int width, int height, const std::string &title, std::string *error)
+{
+	SinksPtr sinks(new Sinks{.width = width, .height = height});
+	if (options.window) {
+		sinks->window = open_preview_window(title, width, height, error);
+		if (!sinks->window)
+			return nullptr;
+	}
+	if (!open_snapshots(options.snapshots, &sinks->snapshots, error))
+		return nullptr;
+	if (!options.record.empty()) {
+		sinks->recorder = open_recorder(options.record, width, height, error);
+		if (!sinks->recorder)
+			return nullptr;
+	}
+	return sinks;
+}
+
+static bool is_open(const Sinks &sinks)
+{
+	return !sinks.closed && sinks.failure.empty();
+}
+
+static bool fits(Sinks &sinks, const Picture &picture)
+{
+	auto size = [](int width, int height) {
+		return std::to_string(width) + 'x' + std::to_string(height);
+	};
+	if (picture.width == sinks.width && picture.height == sinks.height)
+		return true;
+	sinks.failure = "picture " + std::to_string(sinks.pictures) + " is " +
+	                size(picture.width, picture.height) + ", not " +
+	                size(sinks.width, sinks.height);
+	return false;
+}
+
+static bool record(Sinks &sinks, const Picture &picture)
+{
+	if (!sinks.recorder || record_picture(*sinks.recorder, picture, &sinks.failure))
+		return true;
+	sinks.recorder.reset(); /* there is nothing left to end */
+	return false;
+}
+
+bool show_picture(Sinks &sinks, const Picture &picture)
+{
+	if (!is_open(sinks))
+		return false;
+	sinks.pictures++;
+	return fits(sinks, picture) &&
+	       take_snapshots(&sinks.snapshots, sinks.pictures, picture, &sinks.failure) &&
+	       record(sinks, picture) &&
+	       (!sinks.window || preview_picture(*sinks.window, picture, &sinks.failure)) &&
+	       service_sinks(sinks);
+}
+
+bool service_sinks(Sinks &sinks)
+{
+	if (sinks.window && !service_preview_window(*sinks.window))
+		sinks.closed = true;
+	return is_open(sinks);
+}
+
+bool finish_sinks(Sinks &sinks, std::string *error)
+{
+	*error = sinks.failure;
+	auto add = [error](
+	               const std::string &reason) { *error += (error->empty() ? "" : "\n") + reason; };
+	std::string reason;
+	if (sinks.recorder && !finish_recording(*sinks.recorder, &reason))
+		add(reason);
+	sinks.recorder.reset();
+	reason.clear();
+	if (!drop_snapshots(&sinks.snapshots, &reason))
+		add(reason);
+	return error->empty();
+}
+
+void SinksDeleter::operator()(Sinks *sinks) const
+{
+	std::string unreported;
+	finish_sinks(*sinks, &unreported);
+	delete sinks;
+}

@@ -52,7 +52,7 @@ void write_row(const Row &row, MaskHalf half, MaskPixel (*lines)[kMaskSize])
 {
 	for (int i = 0; i < kBlocks; i++) {
 		bool through = half == MaskHalf::kEntry ? row[i] : !row[i];
-		memset(&lines[0][i * kBlockSize], through ? 255 : 0, kBlockSize * sizeof(MaskPixel));
+		std::fill_n(&lines[0][i * kBlockSize], kBlockSize, through ? 0xFFFFFFFF : 0);
 	}
 	for (int line = 1; line < kBlockSize; line++)
 		memcpy(lines[line], lines[0], sizeof(lines[0]));

@@ -63,35 +63,35 @@ bool is_complement(GraduallyDispMode mode, MaskHalf half)
 	return entry_is_complement != (half == MaskHalf::kExit);
 }
 
-uint8_t radial_cover(float dist, int pos)
+/* A complement turns all bits of the cover. */
+MaskPixel covered(int cover, MaskPixel complement)
 {
-	if (dist <= static_cast<float>(pos))
-		return 255;
-	if (dist < static_cast<float>(pos + kSoftEdge)) {
-		double inside = static_cast<double>(pos + kSoftEdge) - static_cast<double>(dist);
-		return static_cast<uint8_t>(inside * 255.0 / 20.0);
-	}
-	return 0;
+	return (static_cast<MaskPixel>(cover) << 24 | 0xFFFFFF) ^ complement;
 }
 
-uint8_t straight_cover(int d, int pos)
+constexpr MaskPixel kPlain = 0;
+constexpr MaskPixel kComplement = 0xFF000000;
+
+/* 255 up to pos, 0 from pos + 20 on, in between the product cut down. Single precision gives the
+ * numbers of double for every distance of the mask, and does four pixels at a time. */
+int radial_cover(float dist, int pos)
+{
+	float cover = (static_cast<float>(pos + kSoftEdge) - dist) * 12.75f;
+	return static_cast<int>(std::min(std::max(cover, 0.0f), 255.0f));
+}
+
+int straight_cover(int d, int pos)
 {
 	if (d < pos)
 		return 255;
 	if (d < pos + kSoftEdge)
-		return static_cast<uint8_t>(static_cast<float>(pos + 19 - d) * 255.0f / 19.0f);
+		return static_cast<int>(static_cast<float>(pos + 19 - d) * 255.0f / 19.0f);
 	return 0;
-}
-
-MaskPixel covered(uint8_t cover, bool complement)
-{
-	return {255, 255, 255, static_cast<uint8_t>(complement ? 255 - cover : cover)};
 }
 
 void mirror_columns(MaskPixel (&line)[kMaskSize])
 {
-	for (int column = kHalf; column < kMaskSize; column++)
-		line[column] = line[kMaskSize - 1 - column];
+	std::reverse_copy(line, line + kHalf, line + kHalf);
 }
 
 void mirror_lines(Mask *mask)
@@ -100,54 +100,60 @@ void mirror_lines(Mask *mask)
 		memcpy(mask->pixels[kMaskSize - 1 - line], mask->pixels[line], sizeof(mask->pixels[0]));
 }
 
-/* One quadrant is computed, the rest mirrored; the centre lies at (50, 50). */
-void build_radial(Mask *mask, int pos, bool complement)
+/* Distances of one quadrant from the centre, which lies at (50, 50). */
+struct Distances {
+	float at[kHalf][kHalf];
+};
+
+Distances measure_distances()
 {
+	Distances distances;
 	for (int line = 0; line < kHalf; line++) {
-		float dist[kHalf];
 		for (int column = 0; column < kHalf; column++) {
 			double dy = line - kHalf;
 			double dx = column - kHalf;
-			dist[column] = static_cast<float>(std::sqrt(dy * dy + dx * dx));
+			distances.at[line][column] = static_cast<float>(std::sqrt(dy * dy + dx * dx));
 		}
-		for (int column = 0; column < kHalf; column++)
-			mask->pixels[line][column] = covered(radial_cover(dist[column], pos), complement);
+	}
+	return distances;
+}
+
+/* One quadrant is computed, the rest mirrored. */
+void build_radial(Mask *mask, int pos, MaskPixel complement)
+{
+	static const Distances distances = measure_distances();
+	for (int line = 0; line < kHalf; line++) {
+		for (int column = 0; column < kHalf; column++) {
+			int cover = radial_cover(distances.at[line][column], pos);
+			mask->pixels[line][column] = covered(cover, complement);
+		}
 		mirror_columns(mask->pixels[line]);
 	}
 	mirror_lines(mask);
 }
 
-/* The covers from an edge of the mask to its middle. */
-struct StraightCovers {
-	MaskPixel at[kHalf];
-};
-
-StraightCovers straight_covers(int pos, bool complement)
+/* All lines are equal: the first, then copies of all that is there. */
+void build_bars(Mask *mask, int pos, MaskPixel complement)
 {
-	StraightCovers covers;
-	for (int d = 0; d < kHalf; d++)
-		covers.at[d] = covered(straight_cover(d, pos), complement);
-	return covers;
-}
-
-/* All lines are equal. */
-void build_bars(Mask *mask, int pos, bool complement)
-{
-	StraightCovers covers = straight_covers(pos, complement);
-	std::copy_n(covers.at, kHalf, mask->pixels[0]);
+	for (int column = 0; column < kHalf; column++)
+		mask->pixels[0][column] = covered(straight_cover(column, pos), complement);
 	mirror_columns(mask->pixels[0]);
-	for (int line = 1; line < kMaskSize; line++)
-		memcpy(mask->pixels[line], mask->pixels[0], sizeof(mask->pixels[0]));
+	for (int lines = 1; lines < kMaskSize; lines *= 2) {
+		int copies = std::min(lines, kMaskSize - lines);
+		memcpy(mask->pixels[lines], mask->pixels[0],
+		    static_cast<std::size_t>(copies) * sizeof(mask->pixels[0]));
+	}
 }
 
-/* A pixel is covered by its distance from the nearest edge. */
-void build_square(Mask *mask, int pos, bool complement)
+/* A pixel is covered by its distance from the nearest edge: between the diagonals by its line,
+ * outside of them as in the line before. */
+void build_square(Mask *mask, int pos, MaskPixel complement)
 {
-	StraightCovers covers = straight_covers(pos, complement);
 	for (int line = 0; line < kHalf; line++) {
-		std::copy_n(covers.at, line, mask->pixels[line]);
-		std::fill_n(mask->pixels[line] + line, kHalf - line, covers.at[line]);
-		mirror_columns(mask->pixels[line]);
+		if (line)
+			memcpy(mask->pixels[line], mask->pixels[line - 1], sizeof(mask->pixels[0]));
+		std::fill(mask->pixels[line] + line, mask->pixels[line] + kMaskSize - line,
+		    covered(straight_cover(line, pos), complement));
 	}
 	mirror_lines(mask);
 }
@@ -186,7 +192,7 @@ MaskWindow line_window(GraduallyDispMode mode, uint32_t n, uint32_t N)
 void build_mask(GraduallyDispMode mode, MaskHalf half, uint32_t n, uint32_t N, Mask *mask)
 {
 	int pos = edge_position(mode, n, N);
-	bool complement = is_complement(mode, half);
+	MaskPixel complement = is_complement(mode, half) ? kComplement : kPlain;
 	switch (mode) {
 	case GRAD_CENTER2EDGE:
 	case GRAD_EDGE2CENTER:

@@ -7,18 +7,16 @@
  */
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
 #include <animation/animation.h>
 
 constexpr int kMaskSize = 100;
 
-struct MaskPixel {
-	uint8_t blue;
-	uint8_t green;
-	uint8_t red;
-	uint8_t cover;
-};
+/* The bytes blue, green, red and cover in memory. The colours of generated masks are 255. */
+using MaskPixel = uint32_t;
+static_assert(std::endian::native == std::endian::little, "a pixel is built as one number");
 
 struct Mask {
 	MaskPixel pixels[kMaskSize][kMaskSize]; /* line, column */

@@ -1,0 +1,105 @@
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <thread>
+
+#include <gst/gst.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <render/render.h>
+
+#include "support.h"
+
+void set_up_player()
+{
+	static const bool done = [] {
+		pthread_mutexattr_t recursive;
+		pthread_mutexattr_init(&recursive);
+		pthread_mutexattr_settype(&recursive, PTHREAD_MUTEX_RECURSIVE);
+		pthread_mutex_init(&g_mutex, &recursive);
+		gst_init(nullptr, nullptr);
+		return true;
+	}();
+	(void)done;
+}
+
+bool wait_until(const std::function<bool()> &condition, double seconds)
+{
+	const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+	while (!condition()) {
+		if (std::chrono::steady_clock::now() > end)
+			return false;
+		std::this_thread::sleep_for(std::chrono::milliseconds(5));
+	}
+	return true;
+}
+
+int count_entries(const char *folder)
+{
+	using std::filesystem::directory_iterator;
+	return int(std::distance(directory_iterator(folder), directory_iterator()));
+}
+
+Caught::Caught(int stream)
+    : stream(stream), original(dup(stream)), file(memfd_create("caught", MFD_CLOEXEC))
+{
+	fflush(nullptr);
+	dup2(file, stream);
+}
+
+Caught::~Caught()
+{
+	fflush(nullptr);
+	dup2(original, stream);
+	if (testing::Test::HasFailure())
+		fprintf(stderr, "caught on %d:\n%s", stream, text().c_str());
+	close(original);
+	close(file);
+}
+
+std::string Caught::text() const
+{
+	fflush(nullptr);
+	std::string text(lseek(file, 0, SEEK_CUR), '\0');
+	text.resize(pread(file, text.data(), text.size(), 0));
+	return text;
+}
+
+bool Caught::has(const std::string &part) const
+{
+	return text().find(part) != std::string::npos;
+}
+
+bool Caught::waits_for(const std::string &part, double seconds) const
+{
+	return wait_until([&] { return has(part); }, seconds);
+}
+
+void Caught::clear()
+{
+	fflush(nullptr);
+	ftruncate(file, 0);
+	lseek(file, 0, SEEK_SET);
+}
+
+int count(const std::string &text, const std::string &part)
+{
+	int found = 0;
+	for (size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size())
+		++found;
+	return found;
+}
+
+bool in_order(const std::string &text, std::initializer_list<const char *> parts)
+{
+	size_t at = 0;
+	for (const char *part : parts) {
+		at = text.find(part, at);
+		if (at == std::string::npos)
+			return false;
+		at += std::string(part).size();
+	}
+	return true;
+}

@@ -63,9 +63,9 @@ void read_object(Scene &scene, const Value &value)
 	std::vector<std::string_view> allowed = record_members(*record.kind);
 	allowed.insert(allowed.begin(), {"name", like ? "like" : "type"});
 	require_members(value, allowed);
+	read_record(scene, record, value);
 	if (record.kind->texture_limit && !like)
 		member(value, "textures");
-	read_record(scene, record, value);
 	scene.objects.push_back({name, record});
 }
 

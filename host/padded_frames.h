@@ -4,8 +4,8 @@
  * GstVideoCropMeta.
  *
  * The descriptors it has handed out stay open until it has gone to NULL and all its buffers have
- * come back, also over a flush and a change of caps, since a receiver may keep a number after it has
- * let go of the buffer. Of the free buffers the one that came back first is written next.
+ * come back, also over a flush and a change of caps, since a receiver may keep a number after it
+ * has let go of the buffer. Of the free buffers the one that came back first is written next.
  */
 #pragma once
 

@@ -1,0 +1,143 @@
+#include "offscreen_test.h"
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace
+{
+
+OffscreenWindowPtr the_window;
+
+struct CloseWindow : testing::Environment {
+	void TearDown() override
+	{
+		the_window.reset();
+	}
+};
+[[maybe_unused]] const auto *const close_window =
+    testing::AddGlobalTestEnvironment(new CloseWindow);
+
+} // namespace
+
+float viewport_strip[8] = {0, 576, 1152, 576, 0, 0, 1152, 0};
+
+OffscreenWindow &offscreen()
+{
+	if (!the_window) {
+		std::string error;
+		the_window = open_offscreen_window(&error);
+		if (!the_window) {
+			fprintf(stderr, "%s\n", error.c_str());
+			abort();
+		}
+	}
+	return *the_window;
+}
+
+std::ostream &operator<<(std::ostream &out, const Pixel &pixel)
+{
+	return out << "(r " << +pixel.r << ", g " << +pixel.g << ", b " << +pixel.b << ", a "
+	           << +pixel.a << ")";
+}
+
+testing::AssertionResult looks_like(Pixel seen, Pixel expected, int steps)
+{
+	if (std::abs(seen.r - expected.r) <= steps && std::abs(seen.g - expected.g) <= steps &&
+	    std::abs(seen.b - expected.b) <= steps)
+		return testing::AssertionSuccess();
+	return testing::AssertionFailure() << seen << " seen in place of " << expected;
+}
+
+void add_picture(TextureArray &textures, const Pixel &pixel)
+{
+	textures.texdata[textures.tex_num++] = {const_cast<Pixel *>(&pixel), 1, 1, GL_BGRA_EXT};
+}
+
+GLuint solid_texture(Pixel pixel)
+{
+	return CreateTexture(1, 1, GL_BGRA_EXT, &pixel);
+}
+
+static std::vector<Pixel> read_framebuffer(int width, int height)
+{
+	std::vector<Pixel> pixels(static_cast<std::size_t>(width) * height);
+	glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+	for (Pixel &pixel : pixels)
+		std::swap(pixel.r, pixel.b);
+	return pixels;
+}
+
+std::vector<Pixel> read_texture(GLuint texture, int width, int height)
+{
+	GLint previous = 0;
+	GLuint framebuffer = 0;
+	glGetIntegerv(GL_FRAMEBUFFER_BINDING, &previous);
+	glGenFramebuffers(1, &framebuffer);
+	glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+	glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+	EXPECT_EQ(glCheckFramebufferStatus(GL_FRAMEBUFFER), GLenum{GL_FRAMEBUFFER_COMPLETE});
+	auto pixels = read_framebuffer(width, height);
+	glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(previous));
+	glDeleteFramebuffers(1, &framebuffer);
+	return pixels;
+}
+
+GLuint bound_texture(unsigned int unit)
+{
+	GLint texture = 0;
+	glActiveTexture(GL_TEXTURE0 + unit);
+	glGetIntegerv(GL_TEXTURE_BINDING_2D, &texture);
+	return static_cast<GLuint>(texture);
+}
+
+std::size_t open_descriptors()
+{
+	const std::filesystem::directory_iterator begin("/proc/self/fd");
+	return static_cast<std::size_t>(std::distance(begin, std::filesystem::directory_iterator()));
+}
+
+void OffscreenTest::TearDown()
+{
+	while (animationItemHead)
+		RemoveAnimationObjReal(animationItemHead->objId);
+	gpuRender_framecnt = 0;
+}
+
+bool OffscreenTest::step(unsigned int id)
+{
+	GenAnimationFrame(id, window);
+	if (object(id).status & ST_ONDESTROY)
+		RemoveAnimationObjReal(id);
+	return FindAnimationObj(id);
+}
+
+SmallTarget::SmallTarget()
+{
+	texture = CreateTexture(2 * kWidth, kHeight, GL_BGRA_EXT, nullptr);
+	glGenFramebuffers(1, &framebuffer);
+	glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+	glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+	offscreen().window.geometry = {kWidth, kHeight};
+	clear(kBlack);
+}
+
+SmallTarget::~SmallTarget()
+{
+	offscreen().window.geometry = offscreen().window.window_size;
+	glDeleteFramebuffers(1, &framebuffer);
+	DeleteTexture(texture);
+}
+
+void SmallTarget::clear(Pixel pixel)
+{
+	auto channel = [](std::uint8_t value) { return static_cast<float>(value) / 255.0f; };
+	glClearColor(channel(pixel.r), channel(pixel.g), channel(pixel.b), channel(pixel.a));
+	glClear(GL_COLOR_BUFFER_BIT);
+}
+
+Pixel SmallTarget::at(ViewPortID vp_id, int x, int y) const
+{
+	const int left = vp_id == VP_LCD1 ? kWidth : 0;
+	const int row = kHeight - 1 - y * kHeight / 8; /* GL counts from the bottom */
+	return read_framebuffer(2 * kWidth, kHeight)[row * 2 * kWidth + left + x * kWidth / 8];
+}

@@ -1,0 +1,115 @@
+/*
+ * Frames of single objects, without a compositor and without waiting.
+ *
+ * The test program has one offscreen window, open from its first use to its end, with the GL
+ * context current on the test's thread: a test is the render thread and the application in one.
+ */
+#ifndef TESTS_SUPPORT_OFFSCREEN_TEST_H
+#define TESTS_SUPPORT_OFFSCREEN_TEST_H
+
+#include <array>
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <animation/animation.h>
+#include <play/offscreen_window.h>
+
+OffscreenWindow &offscreen();
+
+/* As the bytes of GL_BGRA_EXT. */
+struct Pixel {
+	std::uint8_t b = 0;
+	std::uint8_t g = 0;
+	std::uint8_t r = 0;
+	std::uint8_t a = 255;
+
+	bool operator==(const Pixel &) const = default;
+};
+std::ostream &operator<<(std::ostream &out, const Pixel &pixel);
+
+constexpr Pixel kBlack = {0, 0, 0};
+constexpr Pixel kRed = {0, 0, 255};
+constexpr Pixel kGreen = {0, 255, 0};
+constexpr Pixel kBlue = {255, 0, 0};
+constexpr Pixel kWhite = {255, 255, 255};
+
+/* Drawing in reduced precision is off by up to a step a channel. Alpha is not compared: on the
+ * surface it means nothing. */
+testing::AssertionResult looks_like(Pixel seen, Pixel expected, int steps = 1);
+
+/* The whole viewport, beginning with its bottom edge. */
+extern float viewport_strip[8];
+
+/* A record of the whole viewport without textures. */
+template <class Para>
+Para whole_viewport(ViewPortID vp_id = VP_LCD0)
+{
+	Para para = {};
+	para.in_position2d = {4, nullptr, viewport_strip, vp_id};
+	if constexpr (requires { para.textures; }) {
+		para.textures.mode = TEX_DATA;
+		para.textures.mask_index = ANIMATION_NO_TEXTURE;
+		para.textures.alpha_index = ANIMATION_NO_TEXTURE;
+	}
+	return para;
+}
+
+/* Appends a picture of one pixel, which must live on. */
+void add_picture(TextureArray &textures, const Pixel &pixel);
+
+/* A handle of one pixel. */
+GLuint solid_texture(Pixel pixel);
+
+/* The pixels of a texture, the row of v = 0 first. */
+std::vector<Pixel> read_texture(GLuint texture, int width, int height);
+
+/* The texture that is bound to a unit. */
+GLuint bound_texture(unsigned int unit);
+
+/* Open descriptors of this process. */
+std::size_t open_descriptors();
+
+class OffscreenTest : public testing::Test
+{
+protected:
+	struct window *const window = &offscreen().window;
+
+	void TearDown() override;
+
+	AnimationObj &object(unsigned int id)
+	{
+		return *FindAnimationObj(id);
+	}
+
+	/* A frame of one object as the render loop makes it, but for drawing and swap. False if the
+	 * object is gone. */
+	bool step(unsigned int id);
+};
+
+/* A picture of both viewports in small, one pixel a sample, in place of the surface. */
+class SmallTarget
+{
+public:
+	static constexpr int kWidth = 16; /* of a viewport */
+	static constexpr int kHeight = 8;
+
+	SmallTarget();
+	~SmallTarget();
+	SmallTarget(const SmallTarget &) = delete;
+	SmallTarget &operator=(const SmallTarget &) = delete;
+
+	void clear(Pixel pixel);
+
+	/* At (x, y) in eighths of a viewport from its top left corner. */
+	Pixel at(ViewPortID vp_id, int x = 4, int y = 4) const;
+
+private:
+	GLuint texture = 0;
+	GLuint framebuffer = 0;
+};
+
+#endif

@@ -1,0 +1,90 @@
+#include <host/child_environment.h>
+
+#include <filesystem>
+#include <map>
+
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using Environment = std::map<std::string, std::string>;
+
+static Environment own_environment()
+{
+	Environment environment;
+	for (char **entry = environ; *entry; entry++) {
+		const std::string text = *entry;
+		const std::size_t equals = text.find('=');
+		if (equals != std::string::npos)
+			environment.emplace(text.substr(0, equals), text.substr(equals + 1));
+	}
+	return environment;
+}
+
+/* ---- The compositor ---- */
+
+static void lead_to_compositor(
+    Environment &environment, const std::string &folder, const std::string &socket)
+{
+	environment["XDG_RUNTIME_DIR"] = folder;
+	environment["WAYLAND_DISPLAY"] = socket;
+	environment.erase("WAYLAND_SOCKET"); /* would be taken before the two */
+}
+
+/* ---- Drawing ---- */
+
+/* Where several vendors' EGL are installed, only Mesa's draws in software. */
+static constexpr char kMesaVendorFile[] = "/usr/share/glvnd/egl_vendor.d/50_mesa.json";
+
+static void force_software_drawing(Environment &environment)
+{
+	environment["LIBGL_ALWAYS_SOFTWARE"] = "1";
+	environment["GALLIUM_DRIVER"] = "llvmpipe";
+	environment.erase("MESA_LOADER_DRIVER_OVERRIDE");
+	environment.erase("EGL_PLATFORM");
+	std::error_code ignored;
+	if (fs::exists(kMesaVendorFile, ignored))
+		environment["__EGL_VENDOR_LIBRARY_FILENAMES"] = kMesaVendorFile;
+}
+
+/* ---- Companions ---- */
+
+/* A companion lies beside the program in the build tree, in the library folder when installed.
+ * Empty if it is in neither. */
+static fs::path find_companion(const std::string &name)
+{
+	std::error_code failure;
+	const fs::path folder = fs::read_symlink("/proc/self/exe", failure).parent_path();
+	if (failure)
+		return {};
+	for (const fs::path &path : {folder / name, folder / ".." / COMPANION_FOLDER / name})
+		if (fs::exists(path, failure))
+			return fs::weakly_canonical(path, failure);
+	return {};
+}
+
+static void put_in_front(Environment &environment, const std::string &name, const fs::path &path)
+{
+	if (path.empty())
+		return;
+	std::string &value = environment[name];
+	value = path.string() + (value.empty() ? "" : ":" + value);
+}
+
+static void add_companions(Environment &environment)
+{
+	put_in_front(environment, "LD_PRELOAD", find_companion("libanimation-egl-import.so"));
+	put_in_front(environment, "GST_PLUGIN_PATH",
+	    find_companion("gstreamer/libgstanimationdecoder.so").parent_path());
+}
+
+std::vector<std::string> child_environment(const std::string &folder, const std::string &socket)
+{
+	Environment environment = own_environment();
+	lead_to_compositor(environment, folder, socket);
+	force_software_drawing(environment);
+	add_companions(environment);
+	std::vector<std::string> entries;
+	for (const auto &[name, value] : environment)
+		entries.push_back(name + '=' + value);
+	return entries;
+}

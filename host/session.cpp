@@ -1,0 +1,202 @@
+#include <host/session.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <wayland-server-core.h>
+
+#include <host/child.h>
+#include <host/child_environment.h>
+#include <host/compositor.h>
+
+static constexpr int kPatience = 3000;     /* milliseconds from SIGTERM to SIGKILL */
+static constexpr int kWindowInterval = 20; /* milliseconds in which a window reacts */
+
+enum {
+	exit_failure = 1,
+	exit_not_executable = 126,
+	exit_not_found = 127,
+};
+
+namespace
+{
+struct Session {
+	const SessionOptions &options;
+	SinksPtr sinks;
+	CompositorPtr compositor;
+	wl_event_source *kill_timer = nullptr;
+	wl_event_source *window_timer = nullptr;
+	std::uint64_t pictures = 0;
+	pid_t child = -1;
+	int wait_status = 0;
+	bool ending = false; /* because the host wants it */
+};
+} // namespace
+
+static void complain(const std::string &message)
+{
+	fprintf(stderr, "animation-host: %s\n", message.c_str());
+}
+
+/* ---- The end ---- */
+
+static int kill_child(void *data)
+{
+	kill(static_cast<Session *>(data)->child, SIGKILL);
+	return 0;
+}
+
+static void end_child(Session &session)
+{
+	if (session.ending)
+		return;
+	session.ending = true;
+	kill(session.child, SIGTERM);
+	wl_event_source_timer_update(session.kill_timer, kPatience);
+}
+
+static int reap_child(Session &session)
+{
+	if (waitpid(session.child, &session.wait_status, WNOHANG) == session.child)
+		stop_compositor(*session.compositor);
+	return 0;
+}
+
+/* ---- Signals ---- */
+
+static sigset_t session_signals()
+{
+	sigset_t signals;
+	sigemptyset(&signals);
+	for (int number : {SIGCHLD, SIGINT, SIGTERM, SIGHUP})
+		sigaddset(&signals, number);
+	return signals;
+}
+
+void block_session_signals()
+{
+	const sigset_t signals = session_signals();
+	sigprocmask(SIG_BLOCK, &signals, nullptr);
+	signal(SIGPIPE, SIG_IGN); /* a reader that has gone must not end us with a program running */
+}
+
+static int handle_signal(int fd, std::uint32_t, void *data)
+{
+	auto &session = *static_cast<Session *>(data);
+	signalfd_siginfo info;
+	if (read(fd, &info, sizeof(info)) != sizeof(info))
+		return 0;
+	if (info.ssi_signo == SIGCHLD)
+		return reap_child(session);
+	if (info.ssi_signo == SIGTERM || info.ssi_signo == SIGHUP)
+		end_child(session);
+	/* A terminal sends Ctrl-C to the program as well, and the second one would kill it. */
+	else if (info.ssi_code != SI_KERNEL)
+		kill(session.child, static_cast<int>(info.ssi_signo));
+	return 0;
+}
+
+/* ---- Pictures ---- */
+
+static void take_picture(Session &session, const Picture &picture)
+{
+	if (session.ending)
+		return;
+	session.pictures++;
+	if (!show_picture(*session.sinks, picture) ||
+	    session.pictures == session.options.pictures.frames)
+		end_child(session);
+}
+
+static int service_window(void *data)
+{
+	auto &session = *static_cast<Session *>(data);
+	if (!service_sinks(*session.sinks))
+		end_child(session);
+	wl_event_source_timer_update(session.window_timer, kWindowInterval);
+	return 0;
+}
+
+/* ---- The course of a session ---- */
+
+static bool open_parts(Session &session, std::string *error)
+{
+	session.sinks = open_sinks(session.options.pictures.sinks, kSurfaceWidth, kSurfaceHeight,
+	    session.options.program[0], error);
+	if (!session.sinks)
+		return false;
+	CompositorOptions options = {
+	    .on_picture = [&session](const Picture &picture) { take_picture(session, picture); },
+	    .keep_requests = false,
+	};
+	if (session.options.verbose)
+		options.on_request = [](const std::string &text) { fprintf(stderr, "%s\n", text.c_str()); };
+	session.compositor = open_compositor(std::move(options), error);
+	return session.compositor != nullptr;
+}
+
+static bool add_sources(Session &session, int signal_fd)
+{
+	wl_event_loop *loop = compositor_loop(*session.compositor);
+	session.kill_timer = wl_event_loop_add_timer(loop, kill_child, &session);
+	session.window_timer = wl_event_loop_add_timer(loop, service_window, &session);
+	if (session.options.pictures.sinks.window && session.window_timer)
+		wl_event_source_timer_update(session.window_timer, kWindowInterval);
+	return session.kill_timer && session.window_timer &&
+	       wl_event_loop_add_fd(loop, signal_fd, WL_EVENT_READABLE, handle_signal, &session);
+}
+
+static int final_status(const Session &session)
+{
+	const int signal = WIFSIGNALED(session.wait_status) ? WTERMSIG(session.wait_status) : 0;
+	const bool crashed = signal != 0 && signal != SIGTERM && signal != SIGKILL;
+	if (session.ending && !crashed)
+		return 0;
+	return exit_status_of(session.wait_status);
+}
+
+static int run_program(Session &session)
+{
+	std::string error;
+	session.child = start_child(session.options.program,
+	    child_environment(
+	        compositor_folder(*session.compositor), compositor_socket(*session.compositor)),
+	    &error);
+	if (session.child < 0) {
+		const int status = errno == ENOENT ? exit_not_found : exit_not_executable;
+		complain(error);
+		return status;
+	}
+	run_compositor(*session.compositor);
+	const int status = final_status(session);
+	if (finish_sinks(*session.sinks, &error))
+		return status;
+	complain(error);
+	return status == 0 ? exit_failure : status;
+}
+
+int run_session(const SessionOptions &options)
+{
+	Session session = {.options = options};
+	std::string error;
+	if (!open_parts(session, &error)) {
+		complain(error);
+		return exit_failure;
+	}
+	const sigset_t signals = session_signals();
+	const int signal_fd = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+	int status = exit_failure;
+	if (signal_fd >= 0 && add_sources(session, signal_fd))
+		status = run_program(session);
+	else
+		complain("cannot watch for signals");
+	session.compositor.reset();
+	if (signal_fd >= 0)
+		close(signal_fd);
+	return status;
+}

@@ -34,7 +34,8 @@ struct Session {
 	std::uint64_t pictures = 0;
 	pid_t child = -1;
 	int wait_status = 0;
-	bool ending = false; /* because the host wants it */
+	bool ending = false;   /* the child was told to end */
+	bool finished = false; /* because all is done, which is no failure of it */
 };
 } // namespace
 
@@ -58,6 +59,12 @@ static void end_child(Session &session)
 	session.ending = true;
 	kill(session.child, SIGTERM);
 	wl_event_source_timer_update(session.kill_timer, kPatience);
+}
+
+static void finish(Session &session)
+{
+	session.finished = true;
+	end_child(session);
 }
 
 static int reap_child(Session &session)
@@ -110,14 +117,14 @@ static void take_picture(Session &session, const Picture &picture)
 	session.pictures++;
 	if (!show_picture(*session.sinks, picture) ||
 	    session.pictures == session.options.pictures.frames)
-		end_child(session);
+		finish(session);
 }
 
 static int service_window(void *data)
 {
 	auto &session = *static_cast<Session *>(data);
 	if (!service_sinks(*session.sinks))
-		end_child(session);
+		finish(session);
 	wl_event_source_timer_update(session.window_timer, kWindowInterval);
 	return 0;
 }
@@ -155,7 +162,7 @@ static int final_status(const Session &session)
 {
 	const int signal = WIFSIGNALED(session.wait_status) ? WTERMSIG(session.wait_status) : 0;
 	const bool crashed = signal != 0 && signal != SIGTERM && signal != SIGKILL;
-	if (session.ending && !crashed)
+	if (session.finished && !crashed)
 		return 0;
 	return exit_status_of(session.wait_status);
 }

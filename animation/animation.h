@@ -530,13 +530,17 @@ unsigned char *TextureTailor(uint32_t srcswidth, uint32_t srcheight, uint32_t sr
 /* ---- Image loaders: a thread with a current GL context -------------------------------------- */
 
 /*
- * Put pixels into the texture that is bound to GL_TEXTURE_2D on the active unit (tex is not
- * bound here). 0 on success, negative on failure, with a report; the texture then stays as it
- * was. Sizes that are not positive, that exceed GL's largest texture or whose file is too short
- * are refused with -1, a BMP with rows from the top down among them.
+ * Put pixels into the texture that is bound to GL_TEXTURE_2D on the active unit (tex is not bound
+ * here). 0 on success, negative on failure; the texture then stays as it was. All failures but two
+ * are reported: an opaque PNG and a decoder without memory are silent.
+ *
+ * Files may hold anything. Only regular files are read; a size that is not positive or that
+ * exceeds GL's largest texture and a file that is too short are refused with -1, a BMP with rows
+ * from the top down among them.
  */
 
-/* From memory; data is read during the call. -1: unknown type. */
+/* From memory; data is read during the call. -1: unknown type. A size that GL refuses leaves the
+ * texture as it was, and the answer 0. */
 int load_texture(GLuint tex, int width, int height, int textureType, const void *data);
 
 /* From a file that holds the pixels from byte offset on; GL_RGB or GL_BGRA_EXT. */

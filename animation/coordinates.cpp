@@ -9,7 +9,7 @@ namespace
 constexpr double kViewportWidth = 1152.0;
 constexpr double kViewportHeight = 576.0;
 
-/* Nearer to pi than the exact placing of rotated quads ever was: part of the numbers. */
+/* This value and not the nearest double: places are exact to the bit. */
 constexpr double kPi = 3.141592654;
 
 /* The quad of Gen3DPosition, always four vertices. */
@@ -19,7 +19,7 @@ struct Quad {
 };
 
 /* Where a row stands between the first (0) and the last (1); a single row is the first. */
-float row_fraction(uint32_t vertex, uint32_t count, float span)
+float row_fraction(std::size_t vertex, uint32_t count, float span)
 {
 	uint32_t row = vertex / 2;
 	uint32_t rows = count / 2;
@@ -68,7 +68,7 @@ void rotate(Quad &quad, float angle, float center_x, float center_y)
 
 void Convert2DTo3DPosition(const float *position2d, float *position3d, uint32_t coordnum)
 {
-	for (uint32_t i = 0; i < coordnum; i++) {
+	for (std::size_t i = 0; i < coordnum; i++) {
 		float twice_x = 2.0f * position2d[2 * i];
 		float twice_y = 2.0f * position2d[2 * i + 1];
 		float x = static_cast<float>(static_cast<double>(twice_x) / kViewportWidth - 1.0);
@@ -81,7 +81,7 @@ void Convert2DTo3DPosition(const float *position2d, float *position3d, uint32_t 
 
 void GenTextureCoord(float *texcoord, uint32_t count, bool binversed)
 {
-	for (uint32_t i = 0; i < count; i++) {
+	for (std::size_t i = 0; i < count; i++) {
 		float t = row_fraction(i, count, 1.0f);
 		texcoord[2 * i] = i % 2 ? 1.0f : 0.0f;
 		texcoord[2 * i + 1] = binversed ? t : 1.0f - t;
@@ -90,7 +90,7 @@ void GenTextureCoord(float *texcoord, uint32_t count, bool binversed)
 
 void GenTextureCoord_cut(float *texcoord, const float *src, uint32_t count, bool)
 {
-	for (uint32_t i = 0; i < 2 * count; i++) {
+	for (std::size_t i = 0; i < std::size_t{2} * count; i++) {
 		float value = src[i] > 1.0f ? 1.0f : src[i];
 		texcoord[i] = value < 0.0f ? 0.0f : value;
 	}
@@ -98,7 +98,7 @@ void GenTextureCoord_cut(float *texcoord, const float *src, uint32_t count, bool
 
 void GenTextureCoord_GRAD(float *texcoord, uint32_t count, float x1, float y1, float x2, float y2)
 {
-	for (uint32_t i = 0; i < count; i++) {
+	for (std::size_t i = 0; i < count; i++) {
 		texcoord[2 * i] = i % 2 ? x2 : x1;
 		texcoord[2 * i + 1] = row_fraction(i, count, y2 - y1) + y1;
 	}

@@ -123,6 +123,10 @@ void resolve_textures(RenderObj &renderobj, const TextureArray &textures, uint32
 	if (previous && !borrowed)
 		glDeleteTextures(static_cast<GLsizei>(previous), renderobj.textures);
 
+	/* Binding a deleted name would bring it back to life: what the new set leaves is no name. */
+	if (previous > textures.tex_num)
+		std::fill(renderobj.textures + textures.tex_num, renderobj.textures + previous, 0);
+
 	borrowed = textures.mode == TEX_IDS;
 	if (borrowed) {
 		std::copy_n(textures.texids, textures.tex_num, renderobj.textures);

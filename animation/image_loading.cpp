@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <fcntl.h>
 #include <png.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -13,9 +15,9 @@ constexpr std::size_t kBmpHeaderSize = 54;
 constexpr std::size_t kPngSignatureSize = 4;
 constexpr png_uint_32 kMaxPngSize = 2304;
 
-/* No chunk of a picture that we can draw needs more; a corrupt one may claim gigabytes, which
- * libpng would allocate and clear. */
-constexpr png_alloc_size_t kMaxPngChunk = 8 << 20;
+/* No chunk of a picture that we can draw needs more beside its pixels; a corrupt one may claim
+ * megabytes, which libpng would allocate and clear. */
+constexpr png_alloc_size_t kMaxPngChunk = 1 << 20;
 
 struct CloseFile {
 	void operator()(FILE *file) const
@@ -24,6 +26,21 @@ struct CloseFile {
 	}
 };
 using File = std::unique_ptr<FILE, CloseFile>;
+
+/* A pipe or a device under the name of a picture would hold the frame for ever. */
+File open_picture(const char *filename)
+{
+	int fd = open(filename, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+	if (fd < 0)
+		return nullptr;
+	struct stat status;
+	FILE *file = nullptr;
+	if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode))
+		file = fdopen(fd, "rb");
+	if (!file)
+		close(fd);
+	return File(file);
+}
 
 /* The pixels are used once: the page cache need not keep them. */
 void advise_dont_need(FILE *file, std::size_t size)
@@ -84,6 +101,11 @@ int load_texture_from_raw_file(
 		REPORT("Invalid texture type %d\n", textureType);
 		return -1;
 	}
+	File file = open_picture(filename);
+	if (!file) {
+		REPORT("Error opening file %s\n", filename);
+		return -1;
+	}
 	if (!is_drawable_size(width, height) || offset < 0) {
 		REPORT("Invalid size %d x %d or offset %d in %s\n", width, height, offset, filename);
 		return -1;
@@ -91,12 +113,6 @@ int load_texture_from_raw_file(
 	std::size_t bytes_per_pixel = textureType == GL_BGRA_EXT ? 4 : 3;
 	std::size_t size =
 	    bytes_per_pixel * static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-
-	File file(fopen(filename, "rb"));
-	if (!file) {
-		REPORT("Error opening file %s\n", filename);
-		return -1;
-	}
 	HeapBlock<unsigned char> pixels(static_cast<unsigned char *>(malloc(size)));
 	if (!pixels) {
 		REPORT("No memory for the %zu bytes of %s\n", size, filename);
@@ -118,7 +134,7 @@ int load_texture_bmp(GLuint tex, const char *filename)
 	unsigned char header[kBmpHeaderSize];
 	std::size_t got;
 	{
-		File file(fopen(filename, "rb"));
+		File file = open_picture(filename);
 		if (!file) {
 			fprintf(stderr, "cannot open bmp file: %s\n", filename);
 			return -1;
@@ -160,27 +176,36 @@ struct PngLoad {
 	png_uint_32 height;
 };
 
+/* A picture that is too large is refused before it is decoded, which would take seconds. */
+void refuse_oversize(png_structp png, FILE *file)
+{
+	/* Behind the signature: the first chunk with its length, its name, width and height. */
+	unsigned char bytes[20];
+	bool complete = fread(bytes, sizeof(bytes), 1, file) == 1;
+	fseek(file, kPngSignatureSize, SEEK_SET);
+	if (!complete || memcmp(bytes + 8, "IHDR", 4) != 0)
+		return; /* libpng tells what is wrong with it */
+	if (png_get_uint_32(bytes + 16) > kMaxPngSize)
+		png_error(png, "Image is too tall to process in memory");
+	if (png_get_uint_32(bytes + 12) > kMaxPngSize)
+		png_error(png, "Image is too wide to process in memory");
+}
+
 /* The longjmp out of libpng ends here: no object with a destructor lives in between. */
 bool decode(PngLoad &load, FILE *file)
 {
 	if (setjmp(png_jmpbuf(load.png)))
 		return false;
+	refuse_oversize(load.png, file);
 	png_init_io(load.png, file);
 	png_set_sig_bytes(load.png, kPngSignatureSize);
 	png_set_chunk_malloc_max(load.png, kMaxPngChunk);
-	auto max_size = static_cast<png_uint_32>(max_texture_size());
-	if (max_size > kMaxPngSize)
-		png_set_user_limits(load.png, max_size, max_size);
 	png_read_png(load.png, load.info,
 	    PNG_TRANSFORM_SCALE_16 | PNG_TRANSFORM_GRAY_TO_RGB | PNG_TRANSFORM_BGR |
 	        PNG_TRANSFORM_EXPAND | PNG_TRANSFORM_PACKING,
 	    nullptr);
 	load.width = png_get_image_width(load.png, load.info);
 	load.height = png_get_image_height(load.png, load.info);
-	if (load.height > kMaxPngSize)
-		png_error(load.png, "Image is too tall to process in memory");
-	if (load.width > kMaxPngSize)
-		png_error(load.png, "Image is too wide to process in memory");
 	return true;
 }
 
@@ -225,7 +250,7 @@ int load_png(GLuint tex, FILE *file)
 int load_texture_png(GLuint tex, const char *filename)
 {
 	static const char kWho[] = "load_texture_png";
-	File file(fopen(filename, "rb"));
+	File file = open_picture(filename);
 	if (!file) {
 		REPORT_TO(stderr, "%s,cannot open png file: %s\n", kWho, filename);
 		return -1;

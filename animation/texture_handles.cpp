@@ -60,9 +60,10 @@ unsigned char *TextureTailor(uint32_t srcswidth, uint32_t, uint32_t srcstride, u
     uint32_t desty, uint32_t destwidth, uint32_t destheight, const unsigned char *src)
 {
 	constexpr std::size_t kBytesPerPixel = 4;
-	std::size_t row_size = kBytesPerPixel * destwidth;
+	std::size_t row_size;
 	std::size_t size;
-	if (__builtin_mul_overflow(row_size, std::size_t{destheight}, &size))
+	if (__builtin_mul_overflow(kBytesPerPixel, destwidth, &row_size) ||
+	    __builtin_mul_overflow(row_size, destheight, &size))
 		return nullptr;
 	auto *dest = static_cast<unsigned char *>(malloc(size ? size : 1));
 	if (!dest)

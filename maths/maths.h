@@ -22,14 +22,15 @@ void myIdentity(float pMatrix[4][4]);
 void myMultMatrix(float psRes[4][4], float psSrcA[4][4], float psSrcB[4][4]);
 
 /* pMatrix becomes (not: is multiplied by) the view from eye to center; three vectors of 3. With
- * eye equal to center, or up along the line of sight, the rows concerned are zero. */
+ * eye equal to center, or up along the line of sight, the columns concerned are zero. */
 void myLookAt(float pMatrix[4][4], const float *eye, const float *center, const float *up);
 
 /* Perspective: fovy is the full vertical angle in degrees, aspect width / height. Unchanged if
  * zNear equals zFar, or fovy or aspect is 0. */
 void myPersp(float pMatrix[4][4], float fovy, float aspect, float zNear, float zFar);
 
-/* Perspective by the edges of the near plane. Unchanged if two opposite edges are equal. */
+/* Perspective by the edges of the near plane. Unchanged if two opposite edges are equal,
+ * or zNear equals zFar. */
 void myFrustum(
     float pMatrix[4][4], float left, float right, float bottom, float top, float zNear, float zFar);
 

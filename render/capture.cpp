@@ -19,7 +19,7 @@ void capture_frame(const struct window &window)
 
 	/* 50 characters hold the name on the unit; a development folder may lie deeper. */
 	char name[sizeof(CAPTURE_DIR) + 50];
-	snprintf(name, sizeof(name), CAPTURE_DIR "/%lld.raw", static_cast<long long>(framecnt));
+	snprintf(name, sizeof(name), "%s/%lld.raw", CAPTURE_DIR, static_cast<long long>(framecnt));
 	FILE *file = fopen(name, "w");
 	if (!file)
 		return;

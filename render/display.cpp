@@ -11,6 +11,7 @@
 #include <protocol/xdg-shell-client-protocol.h>
 #include <render/fatal.h>
 #include <render/platform.h>
+#include <render/shared_context.h>
 
 namespace
 {
@@ -37,8 +38,6 @@ constexpr EGLint kConfigAttributes[] = {
     4, //
     EGL_NONE,
 };
-
-constexpr EGLint kContextAttributes[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
 
 /* The first of the matching configs whose buffer size is the wanted one; NULL without any. */
 EGLConfig choose_config(EGLDisplay dpy, EGLint buffer_size)
@@ -77,10 +76,10 @@ void registry_handle_global(
     void *data, wl_registry *registry, uint32_t name, const char *interface, uint32_t)
 {
 	auto *display = static_cast<struct display *>(data);
-	if (strcmp(interface, "wl_compositor") == 0) {
+	if (strcmp(interface, "wl_compositor") == 0 && !display->compositor) {
 		display->compositor = static_cast<wl_compositor *>(
 		    wl_registry_bind(registry, name, &wl_compositor_interface, 1));
-	} else if (strcmp(interface, "xdg_shell") == 0) {
+	} else if (strcmp(interface, "xdg_shell") == 0 && !display->shell) {
 		display->shell =
 		    static_cast<xdg_shell *>(wl_registry_bind(registry, name, &xdg_shell_interface, 1));
 		xdg_shell_add_listener(display->shell, &xdg_shell_listener, display);
@@ -163,14 +162,6 @@ void create_surface(struct window *window)
 	REQUIRE(ret == 1);
 	if (!window->frame_sync)
 		eglSwapInterval(display->egl.dpy, 0);
-}
-
-void share_context(void)
-{
-	struct display *display = p_gwindow->display;
-	EGLContext context =
-	    eglCreateContext(display->egl.dpy, display->egl.conf, display->egl.ctx, kContextAttributes);
-	eglMakeCurrent(display->egl.dpy, EGL_NO_SURFACE, EGL_NO_SURFACE, context);
 }
 
 void destroy_surface(struct window *window)

@@ -166,7 +166,7 @@ GLuint link_program(struct window *window, const char *vertex, const char *fragm
 	GLint status = 0;
 	glGetProgramiv(program, GL_LINK_STATUS, &status);
 	if (!status) {
-		char log[kMaxLog];
+		char log[kMaxLog] = "";
 		GLsizei len = 0;
 		glGetProgramInfoLog(program, kMaxLog, &len, log);
 		fprintf(stderr, "Error: linking:\n%*s\n", len, log);
@@ -258,7 +258,7 @@ GLuint create_shader(struct window *, const char *source, GLenum shader_type)
 	GLint status = 0;
 	glGetShaderiv(shader, GL_COMPILE_STATUS, &status);
 	if (!status) {
-		char log[kMaxLog];
+		char log[kMaxLog] = "";
 		GLsizei len = 0;
 		glGetShaderInfoLog(shader, kMaxLog, &len, log);
 		fprintf(stderr, "Error: compiling %s: %*s\n",

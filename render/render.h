@@ -94,7 +94,7 @@ struct window {
 		GLuint sampler0;
 		GLuint sampler1;
 	} gl_video2;     /* NV12 planes */
-	uint32_t frames; /* calls of redraw */
+	uint32_t frames; /* calls of redraw; other threads may read it with an atomic load */
 	struct wl_egl_window *native;
 	struct wl_surface *surface;
 	struct xdg_surface *xdg_surface;
@@ -133,17 +133,21 @@ extern pthread_mutex_t g_mutex;
  * thread, without a surface: that thread is the one for texture handles.
  *
  * Takes over SIGINT for the whole process, once: the first one stops the render thread (DeInit is
- * still to be called), the second has the default effect. A start-up that cannot succeed (no
+ * still to be called, on this thread), the second has the default effect. A start-up that cannot succeed (no
  * compositor, no xdg_shell, no EGL config, ...) ends the process with a line on the standard
- * error. If the render thread ends before its first turn is over, Init returns all the same with a
- * line on the standard error: nothing may then be called but DeInit.
+ * error. If the render thread ends before Init is over, Init returns all the same with a line on
+ * the standard error: nothing may then be called but DeInit.
  *
  * May be called again after DeInit, on an empty object list.
  */
 void Init(void);
 
-/* Stops the render thread, waits for it and destroys g_mutex. Objects that are still on the list
- * are not freed; a playback is to be stopped before. Never on the render thread. */
+/*
+ * Takes the shared context back, stops the render thread, waits for it and destroys g_mutex. On the
+ * thread that called Init, which must not have made another context current in place of the shared
+ * one. Objects that are still on the list are not freed; a playback is to be stopped before. A
+ * compositor that withholds frames is waited for for two seconds, then the connection is cut.
+ */
 void DeInit(void);
 
 /* ---- Steps of the render thread -------------------------------------------------------------- */
@@ -178,6 +182,8 @@ void init_egl(struct display *display, struct window *window);
 /* Creates the full-screen surface and makes the render context current on it. Ends the process on
  * failure. */
 void create_surface(struct window *window);
+
+/* Makes the window's wl_surface an xdg_surface. */
 void create_xdg_surface(struct window *window, struct display *display);
 
 /* The way back: the surface with its roles, then EGL. */

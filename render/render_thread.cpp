@@ -1,23 +1,21 @@
 #include <render/render.h>
 
 #include <atomic>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <ctime>
+#include <mutex>
 #include <poll.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <wayland-client.h>
 
-#include <animation/list_lock.h>
-#include <animation/status.h>
 #include <protocol/xdg-shell-client-protocol.h>
-#include <render/capture.h>
 #include <render/fatal.h>
+#include <render/shared_context.h>
 
 volatile int running;
-volatile int64_t gpuRender_framecnt;
-volatile int64_t framecnt;
 pthread_t pid;
 struct window *p_gwindow;
 pthread_mutex_t g_mutex;
@@ -30,6 +28,7 @@ constexpr int kViewportWidth = 1152;
 constexpr int kViewportHeight = 576;
 constexpr int kBufferSize = 32;
 constexpr useconds_t kTurnSleep = 20000; /* microseconds */
+constexpr time_t kPatience = 2;          /* seconds that DeInit waits for a stalled compositor */
 
 enum RunState { kStopped = 0, kFirstTurn = 1, kRunning = 2 };
 
@@ -40,6 +39,16 @@ bool thread_was_started;
 /* The render thread's records. They outlive it, so that p_gwindow never points to nothing. */
 struct display thread_display;
 struct window thread_window;
+
+/*
+ * The end of the connection. The shared context is current on the thread of Init, and EGL keeps
+ * what it has on the connection until that thread lets go of it: so the connection may only be
+ * closed after that, by DeInit where a SIGINT has stopped the render thread before.
+ */
+std::mutex connection_lock;
+wl_display *connection; /* NULL once closed */
+bool stop_has_begun;    /* EGL is on its way down: no context may be shared any more */
+bool context_is_shared;
 
 int load_running()
 {
@@ -71,6 +80,7 @@ void configure(struct window *window)
 void bind_globals(struct display *display)
 {
 	display->registry = wl_display_get_registry(display->display);
+	REQUIRE(display->registry);
 	wl_registry_add_listener(display->registry, &registry_listener, display);
 	wl_display_roundtrip(display->display);
 }
@@ -108,6 +118,16 @@ void turn(struct display *display, struct window *window)
 	finish_first_turn();
 }
 
+/* Closes the connection, unless the shared context still hangs on it. */
+void close_connection()
+{
+	std::lock_guard hold(connection_lock);
+	if (context_is_shared || !connection)
+		return;
+	wl_display_disconnect(connection);
+	connection = nullptr;
+}
+
 void disconnect(struct display *display)
 {
 	if (display->shell)
@@ -116,110 +136,59 @@ void disconnect(struct display *display)
 		wl_compositor_destroy(display->compositor);
 	wl_registry_destroy(display->registry);
 	wl_display_flush(display->display);
-	wl_display_disconnect(display->display);
+	close_connection();
 }
 
-bool is_video(const AnimationObj &obj)
+void connect(struct display *display)
 {
-	return obj.animationtype == ANI_VIDEO_GST || obj.animationtype == ANI_VIDEO_RAW;
+	display->display = wl_display_connect(nullptr);
+	REQUIRE_AS(display->display, "display.display");
+	std::lock_guard hold(connection_lock);
+	connection = display->display;
 }
 
-bool is_background(const AnimationObj &obj)
+void begin_stop()
 {
-	return obj.animationtype == ANI_BACKGROUND;
+	std::lock_guard hold(connection_lock);
+	stop_has_begun = true;
 }
 
-void clear()
+/* False if the render thread is already on its way down. */
+bool share_context_with_caller()
 {
-	glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
-	glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-}
-
-bool list_has_only_videos()
-{
-	for (const AnimationObj *obj = animationItemHead; obj; obj = obj->next)
-		if (!is_video(*obj))
-			return false;
+	std::lock_guard hold(connection_lock);
+	if (stop_has_begun)
+		return false;
+	share_context();
+	context_is_shared = true;
 	return true;
 }
 
-/* Generates one object; true if it is to be drawn. */
-bool generate(AnimationObj &obj, struct window *window)
+void take_context_back()
 {
-	GenAnimationFrame(obj.objId, window);
-	return obj.renderobj->repaint;
+	std::lock_guard hold(connection_lock);
+	if (context_is_shared && release_shared_context())
+		context_is_shared = false;
 }
 
-/* Generates and draws the whole list: backgrounds, other images, then videos unless a background
- * covers them. True if anything was drawn. */
-bool draw_list(struct window *window)
+/* A compositor that withholds frames keeps the render thread in its swap: cutting the connection
+ * ends that wait. */
+void join_render_thread()
 {
-	ListLock lock;
-	glViewport(0, 0, 2 * window->geometry.width, window->geometry.height);
-	bool bvideoonly = list_has_only_videos();
-	if (!bvideoonly)
-		clear();
-
-	bool brepaint = false;
-	bool background_seen = false;
-	auto draw = [&](AnimationObj &obj) {
-		Render3DFrame(window, obj.renderobj);
-		brepaint = true;
-	};
-	for (AnimationObj *obj = animationItemHead; obj; obj = obj->next) {
-		if (!is_background(*obj))
-			continue;
-		background_seen = true;
-		if (generate(*obj, window))
-			draw(*obj);
+	timespec limit;
+	clock_gettime(CLOCK_REALTIME, &limit);
+	limit.tv_sec += kPatience;
+	if (pthread_timedjoin_np(pid, nullptr, &limit) == 0)
+		return;
+	{
+		std::lock_guard hold(connection_lock);
+		if (connection)
+			shutdown(wl_display_get_fd(connection), SHUT_RDWR);
 	}
-	for (AnimationObj *obj = animationItemHead; obj; obj = obj->next) {
-		if (!is_background(*obj) && !is_video(*obj) && generate(*obj, window))
-			draw(*obj);
-	}
-	if (background_seen)
-		return brepaint;
-	for (AnimationObj *obj = animationItemHead; obj; obj = obj->next) {
-		if (!is_video(*obj) || !generate(*obj, window))
-			continue;
-		if (bvideoonly) {
-			clear();
-			bvideoonly = false;
-		}
-		draw(*obj);
-	}
-	return brepaint;
-}
-
-/* The lock is held for the walk, which would otherwise race with an append. */
-void remove_finished_objects()
-{
-	ListLock lock;
-	for (AnimationObj *obj = animationItemHead; obj;) {
-		if (!has_status(*obj, ST_ONDESTROY)) {
-			obj = obj->next;
-			continue;
-		}
-		RemoveAnimationObjReal(obj->objId);
-		obj = animationItemHead;
-	}
+	pthread_join(pid, nullptr);
 }
 
 } // namespace
-
-void redraw(void *data, wl_callback *, uint32_t)
-{
-	auto *window = static_cast<struct window *>(data);
-	if (draw_list(window)) {
-		/* Only this thread writes the counters; others read them without a lock. */
-		__atomic_store_n(&gpuRender_framecnt, gpuRender_framecnt + 1, __ATOMIC_RELAXED);
-		framecnt = gpuRender_framecnt;
-		eglSwapBuffers(window->display->egl.dpy, window->egl_surface);
-		capture_frame(*window);
-	}
-	remove_finished_objects();
-	__atomic_store_n(&window->frames, window->frames + 1, __ATOMIC_RELAXED);
-}
 
 void signal_int(int)
 {
@@ -237,8 +206,7 @@ void *main_thread(void *)
 	display->window = window;
 	configure(window);
 
-	display->display = wl_display_connect(nullptr);
-	REQUIRE_AS(display->display, "display.display");
+	connect(display);
 	bind_globals(display);
 	init_egl(display, window);
 	create_surface(window);
@@ -249,6 +217,7 @@ void *main_thread(void *)
 	while (load_running() != kStopped)
 		turn(display, window);
 
+	begin_stop();
 	destroy_surface(window);
 	fini_egl(display);
 	disconnect(display);
@@ -267,23 +236,23 @@ void Init(void)
 	pthread_mutexattr_destroy(&attr);
 
 	thread_has_ended = false;
+	stop_has_begun = false;
 	thread_was_started = pthread_create(&pid, nullptr, main_thread, nullptr) == 0;
 	if (!thread_was_started)
 		thread_has_ended = true;
-	while (load_running() != kRunning) {
-		if (thread_has_ended) {
-			fprintf(stderr, "animation: the render thread ended before its first turn was over\n");
-			return;
-		}
+	while (load_running() != kRunning && !thread_has_ended) {
 	}
-	share_context();
+	if (thread_has_ended || !share_context_with_caller())
+		fprintf(stderr, "animation: the render thread ended before Init was over\n");
 }
 
 void DeInit(void)
 {
+	take_context_back();
 	store_running(kStopped);
 	if (thread_was_started)
-		pthread_join(pid, nullptr);
+		join_render_thread();
 	thread_was_started = false;
+	close_connection(); /* is closed already, unless a SIGINT came first */
 	pthread_mutex_destroy(&g_mutex);
 }

@@ -25,12 +25,21 @@ enum {
 
 namespace
 {
+struct SourceRemover {
+	void operator()(wl_event_source *source) const
+	{
+		wl_event_source_remove(source);
+	}
+};
+using SourcePtr = std::unique_ptr<wl_event_source, SourceRemover>;
+
 struct Session {
 	const SessionOptions &options;
 	SinksPtr sinks;
 	CompositorPtr compositor;
-	wl_event_source *kill_timer = nullptr;
-	wl_event_source *window_timer = nullptr;
+	SourcePtr kill_timer; /* the sources go before the loop they are in */
+	SourcePtr window_timer;
+	SourcePtr signals;
 	std::uint64_t pictures = 0;
 	pid_t child = -1;
 	int wait_status = 0;
@@ -58,7 +67,7 @@ static void end_child(Session &session)
 		return;
 	session.ending = true;
 	kill(session.child, SIGTERM);
-	wl_event_source_timer_update(session.kill_timer, kPatience);
+	wl_event_source_timer_update(session.kill_timer.get(), kPatience);
 }
 
 static void finish(Session &session)
@@ -125,7 +134,7 @@ static int service_window(void *data)
 	auto &session = *static_cast<Session *>(data);
 	if (!service_sinks(*session.sinks))
 		finish(session);
-	wl_event_source_timer_update(session.window_timer, kWindowInterval);
+	wl_event_source_timer_update(session.window_timer.get(), kWindowInterval);
 	return 0;
 }
 
@@ -150,12 +159,13 @@ static bool open_parts(Session &session, std::string *error)
 static bool add_sources(Session &session, int signal_fd)
 {
 	wl_event_loop *loop = compositor_loop(*session.compositor);
-	session.kill_timer = wl_event_loop_add_timer(loop, kill_child, &session);
-	session.window_timer = wl_event_loop_add_timer(loop, service_window, &session);
+	session.kill_timer.reset(wl_event_loop_add_timer(loop, kill_child, &session));
+	session.window_timer.reset(wl_event_loop_add_timer(loop, service_window, &session));
+	session.signals.reset(
+	    wl_event_loop_add_fd(loop, signal_fd, WL_EVENT_READABLE, handle_signal, &session));
 	if (session.options.pictures.sinks.window && session.window_timer)
-		wl_event_source_timer_update(session.window_timer, kWindowInterval);
-	return session.kill_timer && session.window_timer &&
-	       wl_event_loop_add_fd(loop, signal_fd, WL_EVENT_READABLE, handle_signal, &session);
+		wl_event_source_timer_update(session.window_timer.get(), kWindowInterval);
+	return session.kill_timer && session.window_timer && session.signals;
 }
 
 static int final_status(const Session &session)
@@ -202,7 +212,6 @@ int run_session(const SessionOptions &options)
 		status = run_program(session);
 	else
 		complain("cannot watch for signals");
-	session.compositor.reset();
 	if (signal_fd >= 0)
 		close(signal_fd);
 	return status;

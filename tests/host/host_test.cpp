@@ -64,11 +64,13 @@ struct HostTest : testing::Test {
 		std::string name = testing::TempDir() + "host-XXXXXX";
 		ASSERT_TRUE(mkdtemp(name.data()));
 		folder = name;
+		setenv("TMPDIR", name.c_str(), 1); /* for what a killed host leaves behind */
 	}
 	void TearDown() override
 	{
 		if (output)
 			fclose(output);
+		unsetenv("TMPDIR");
 		std::filesystem::remove_all(folder);
 	}
 

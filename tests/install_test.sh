@@ -1,0 +1,107 @@
+#!/bin/sh
+# An outsider's view: installs the build below itself, and builds and looks with nothing else.
+# usage: install_test.sh SOURCEFOLDER BUILDFOLDER    (prints the Test Anything Protocol)
+set -u
+source=$1 build=$2
+stage=$build/tests/installed
+work=$build/tests/install-test
+rm -rf "$stage" "$work"
+mkdir -p "$work"
+cd "$work" || exit
+
+number=0
+check() { # NAME COMMAND...
+	name=$1
+	shift
+	number=$((number + 1))
+	if "$@" >"$work/output" 2>&1; then
+		echo "ok $number $name"
+	else
+		echo "not ok $number $name"
+		sed 's/^/# /' "$work/output"
+	fi
+}
+
+flags() { # KIND...
+	PKG_CONFIG_PATH=$(dirname "$(find "$stage" -name animation.pc)") pkg-config "$@" animation
+}
+
+install_tree() {
+	DESTDIR=$stage meson install -C "$build" --no-rebuild || return
+	# What a package manager's unpacking below another root folder calls for.
+	sed -i "s|^prefix=|prefix=$stage|" "$(find "$stage" -name animation.pc)"
+	[ -n "$(find "$stage" -name 'libanimation.so.*')" ] && flags --libs
+}
+
+header_alone() { # HEADER COMPILER STANDARD
+	printf '#include <%s>\ntypedef int not_empty;\n' "$1" >header.c
+	# shellcheck disable=SC2046 # flags fall apart into words
+	$2 -std="$3" -Wall -Wextra -pedantic -Werror -fsyntax-only $(flags --cflags) header.c
+}
+
+# The colour of one pixel of a snapshot, as "R G B".
+pixel() { # PNG X Y
+	gst-launch-1.0 -q filesrc location="$1" ! pngdec ! videoconvert ! video/x-raw,format=RGB ! \
+		filesink location=pixels >&2
+	od -An -tu1 -j $((($3 * 2304 + $2) * 3)) -N 3 pixels | xargs
+}
+
+# Builds an example, runs it in the installed host until it has drawn 10 pictures, and compares a
+# pixel of the last one on each display.
+program() { # COMPILER FILE ARGUMENT LEFT-PIXEL LEFT-COLOUR RIGHT-PIXEL RIGHT-COLOUR
+	example=${2%.*}
+	cp "$source/examples/$2" .
+	# shellcheck disable=SC2046
+	$1 -Wall -Wextra -Werror "$2" -o "$example" $(flags --cflags --libs) || return
+	LD_LIBRARY_PATH=$library timeout 60 "$(find "$stage" -name animation-host)" \
+		--frames 10 --snapshot "10=$example.png" -- "./$example" "$3" || return
+	# shellcheck disable=SC2086 # coordinates and channels
+	[ "$(pixel "$example.png" $4)" = "$5" ] && [ "$(pixel "$example.png" $6)" = "$7" ]
+}
+
+functions_declared() {
+	for header in $headers; do
+		echo "#include <$header>"
+	done >all.c
+	# shellcheck disable=SC2046
+	cc -std=c11 -fsyntax-only -aux-info declared $(flags --cflags) all.c
+	include=$(dirname "$(find "$stage" -path '*/animation/animation.h')")
+	# A line reads: /* FILE:LINE:NC */ extern TYPE NAME (PARAMETERS);
+	sed -n "s|^/\* ${include%/*}[^ ]* \*/ extern \([^(]*\) (.*|\1|p" declared | sed 's/.*[ *]//'
+}
+
+variables_declared() {
+	find "$stage" -name '*.h' -exec \
+		sed -n 's/^extern [^()]*[ *]\([A-Za-z_0-9]*\);.*/\1/p' {} +
+}
+
+exported() {
+	nm -D --defined-only "$library/libanimation.so" | awk '{print $3}'
+}
+
+# What applications see of the library is what the headers say, and nothing that is only ours.
+exports_are_the_headers() {
+	{ functions_declared; variables_declared; } | sort -u >declared-names
+	exported | sort -u >exported-names
+	[ -s declared-names ] && diff declared-names exported-names
+}
+
+readme_quotes_example() {
+	# shellcheck disable=SC2016 # a fence, no command
+	sed -n '/^```c$/,/^```$/p' "$source/README.md" | sed '1d;$d' | diff - "$source/examples/minimal.c"
+}
+
+check 'meson install leaves library, headers and animation.pc' install_tree
+library=$(dirname "$(find "$stage" -name libanimation.so)")
+headers=$(cd "$stage" && find . -name '*.h' | sed 's|.*/animation/\([a-z]*/[a-z]*\.h\)$|\1|')
+for header in $headers; do
+	check "<$header> as C11, alone" header_alone "$header" 'cc -x c' c11
+	check "<$header> as C++, alone" header_alone "$header" 'c++ -x c++' c++11
+done
+check 'a C11 program' program 'cc -std=c11 -D_DEFAULT_SOURCE' \
+	minimal.c "$build/scenes/map_day.png" '576 520' '255 255 255' '1728 288' '0 0 0'
+check 'a C++ program' program 'c++ -std=c++20' \
+	gauge.cpp 5 '576 288' '0 0 0' '1330 288' '20 100 40'
+check "the README's program is examples/minimal.c" readme_quotes_example
+check 'exported symbols' exports_are_the_headers
+echo "1..$number"

@@ -107,7 +107,7 @@ typedef enum _AnmationStatus ANIMATION_32_BIT {
 
 /* When a removal takes effect. Backgrounds and videos go at their next frame in both modes. */
 typedef enum DeleteObjMode ANIMATION_32_BIT {
-	DEL_ON_HIDE = 0,     /* the object plays on and goes at its next hidden phase */
+	DEL_ON_HIDE = 0,     /* the object plays on and goes at its next hidden phase, if it has one */
 	DEL_IMMEDIATELY = 1, /* the object goes at its next frame, undrawn */
 } DeleteObjMode;
 
@@ -226,7 +226,8 @@ typedef struct InPosition2D {
 
 /* One picture in memory: rows without gaps, the picture's bottom row first. The library keeps no
  * copy: va stays valid until the frame that uploads it has passed (status is no longer
- * ST_PREPARE, or the frame after an update). */
+ * ST_PREPARE, or the frame after an update). An object that has not started, or waits out its start
+ * delay, uploads with every update, whatever that asks for. */
 typedef struct TextureData {
 	void *va;
 	uint32_t width;       /* pixels */
@@ -242,15 +243,18 @@ typedef struct TextureArray {
 	TextureData texdata[ANIMATION_MAX_TEXTURES];
 	char textures_name[ANIMATION_MAX_TEXTURES][128]; /* paths, terminated */
 	uint32_t tex_num;        /* entries in use, at most ANIMATION_MAX_TEXTURES; may be 0 */
-	uint16_t mask_index;     /* texture for unit 1, or ANIMATION_NO_TEXTURE */
+	uint16_t mask_index;     /* a background's fade target, or ANIMATION_NO_TEXTURE; in the other
+	                            types it is not shown and no picture */
 	uint16_t alpha_index;    /* alpha texture for unit 2, or ANIMATION_NO_TEXTURE */
 	float constant_color[4]; /* R, G, B, A from 0 to 1 */
 } TextureArray;
 
 /*
  * ANI_BACKGROUND: a still picture. A set of two pictures cross-fades from the first to the second
- * in in_frame + 1 frames and stays at the second; with in_frame 0 the first stays. Backgrounds are
- * drawn below everything else, and while one exists no video is drawn.
+ * in in_frame + 1 frames and stays at the second, whatever mask_index says; with in_frame 0 the
+ * first stays. In a set of one picture, mask_index may name a fade target that is not counted as a
+ * picture: that fade begins at the object's present frame. Backgrounds are drawn below everything
+ * else, and while one exists no video is drawn.
  */
 typedef struct Backgroud_animationpara {
 	InPosition2D in_position2d;
@@ -269,7 +273,8 @@ typedef struct Backgroud_animationpara {
  *   removal with DEL_ON_HIDE that is asked for during the delay is forgotten; ask again, or use
  *   DEL_IMMEDIATELY.
  * - loopcnt 0 repeats without end. With loopcnt k the cycle plays k + 1 times and the object
- *   stays as it ended; with delonloopcnt it plays k times and the object removes itself.
+ *   stays as it ended; with delonloopcnt it plays k times and the object removes itself (with
+ *   loopcnt 0 delonloopcnt has no effect).
  */
 typedef struct Flash_animationpara {
 	InPosition2D in_position2d; /* ANI_TEX_CUT reads texPosition2d too */
@@ -285,7 +290,8 @@ typedef struct Flash_animationpara {
 } Flash_animationpara;
 
 /* ANI_TEX_CUT: a flash that shows the part of its picture which texPosition2d cuts out. Without
- * that array creation answers ANIMATION_NO_OBJECT, and an update is ignored with a report. */
+ * that array creation answers ANIMATION_NO_OBJECT, and an update is ignored with a rate-limited
+ * report. */
 typedef Flash_animationpara TexCut_animationpara;
 
 /*
@@ -315,6 +321,11 @@ typedef struct FadeInOutLoop_animationpara {
  * ANIMATION_MAX_GRADUAL_TEXTURES is refused: creation answers ANIMATION_NO_OBJECT, an update is
  * ignored with a rate-limited report. All objects in GRAD_BLOCKS share one pattern of entry blocks
  * and one of exit blocks: two of them in the same half at once show a mixture.
+ *
+ * The bitmaps of the wipes (GT.bmp, GB.bmp, GL.bmp, GR.bmp, and white.bmp) come from a folder that
+ * is fixed when the library is built, and are read by every set-up of the textures. A wipe whose
+ * bitmap is missing shows no mask. A constant colour without textures has no mask in the entry with
+ * GRAD_TOP2BOTTOM and in the exit with GRAD_BOTTOM2TOP.
  */
 #define ANIMATION_MAX_GRADUAL_TEXTURES 117
 typedef struct GraduallyDispLoop_animationpara {
@@ -374,7 +385,11 @@ typedef struct BufferInfoGST {
  * ANI_VIDEO_GST: the newest of the frames that updates bring, drawn on top of all images in the
  * frames in which a new one arrived. Register the record with SetGSTPlayAnimationId and the
  * player makes the updates; bufinfo is the player's from then on, to be touched only under
- * g_mutex.
+ * g_mutex, and the record is not to be used for another creation until the playback has ended.
+ *
+ * v runs from the first row of the picture, its top, which is the other way round than for images.
+ * An update with UPD_COORDS alone shows texcoord uncropped until the next frame comes; one with
+ * UPD_TEXS and without a frame leaves the object without a picture.
  */
 typedef struct VideoGST_animationpara {
 	InPosition2D in_position2d; /* arrays stay valid for as long as the record is registered */
@@ -388,7 +403,7 @@ typedef struct VideoGST_animationpara {
 typedef struct BufferInfoRAW {
 	uint32_t width;   /* pixels; rows of both planes are taken as this many bytes long */
 	uint32_t height;  /* pixels */
-	uint32_t stride;  /* the second plane begins at praw + stride * height */
+	uint32_t stride;  /* at least width; the second plane begins at praw + stride * height */
 	void *praw;       /* the pixels, valid at least until the following update; or NULL */
 	GLuint texids[2]; /* with praw NULL: luminance and luminance-alpha textures. They become the
 	                     object's own, to be deleted by it. */
@@ -396,7 +411,8 @@ typedef struct BufferInfoRAW {
 
 /*
  * ANI_VIDEO_RAW: like ANI_VIDEO_GST, on frames that the application supplies: each is one
- * UpdateAnimationObj with UPD_TEXS. A frame given before the object's first turn is not shown.
+ * UpdateAnimationObj with UPD_TEXS. A frame given before the object's first turn is not shown. An
+ * update without a frame keeps the picture. The chroma plane of an odd size is cut down.
  */
 typedef struct VideoRAW_animationpara {
 	InPosition2D in_position2d;
@@ -420,10 +436,12 @@ typedef struct VideoRAW_animationpara {
 unsigned int CreateAnimationObj(AnimationType type, void *para);
 
 /*
- * Replaces the object's record by a full new one of the object's type; its update field says what
- * the next frame rebuilds. Two updates between two frames: the second counts alone. For the loop
- * types it writes the remaining pre_frame into the caller's record. Unknown id: nothing happens.
- * If memory runs out, the object draws nothing from then on and is removed as usual.
+ * Replaces the object's record by a full new one of the object's type, arrays included; its update
+ * field says what the next frame rebuilds. Two updates between two frames: the second counts alone,
+ * so that one with UPD_MISC before the object's first frame takes its set-up away, and nothing of
+ * it shows. For the loop types it writes the remaining pre_frame into the caller's record. Unknown
+ * id: nothing happens. If memory runs out, the object draws nothing until an update with
+ * UPD_COORDS, and is removed as usual.
  */
 void UpdateAnimationObj(unsigned int id, void *para);
 
@@ -508,11 +526,12 @@ void GenVideoRAWAnimationFrame(unsigned int id, void *data);
  * the end of the frame under way and keeps the next one waiting; nothing is flushed. */
 
 /* From pixels, which are read during the call. width and height in pixels, textureType as in
- * TextureData. A refused type is reported, and the handle then has no image. */
+ * TextureData. A refused type is reported; that handle, and one of a size that GL refuses, has no
+ * image. 0 on a thread without a context. */
 GLuint CreateTexture(int width, int height, int textureType, const void *data);
 
-/* From a BMP or a PNG file, of the kinds that the loaders below take. 0xFFFFFFFF on failure, with
- * the loader's report; nothing is left behind then. */
+/* From a BMP or a PNG file, of the kinds that the loaders below take. 0xFFFFFFFF on failure, after
+ * the loader's report if it makes one; nothing is left behind then. */
 GLuint CreateTextureByName(const char *tex_fname);
 GLuint CreateTextureByPng(const char *tex_fname);
 

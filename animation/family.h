@@ -33,6 +33,21 @@ void free_position(Para &para)
 	drop(para.in_position2d.position2d);
 }
 
+/* The record of a texture cut owns its cut as well. */
+inline bool own_cut(TexCut_animationpara &para)
+{
+	InPosition2D &strip = para.in_position2d;
+	/* Both pointers are the caller's at first: each is replaced, whatever became of the other. */
+	bool cut = own_copy(strip.texPosition2d, std::size_t{2} * strip.coordnum);
+	return own_position(para) && cut;
+}
+
+inline void free_cut(TexCut_animationpara &para)
+{
+	free_position(para);
+	drop(para.in_position2d.texPosition2d);
+}
+
 /* What a type's record owns: how to take and how to give up its arrays. */
 template <class Para>
 struct RecordArrays {
@@ -200,8 +215,7 @@ void bind_alpha_texture(RenderObj &renderobj, const TextureArray &textures);
 
 /* ---- Loop types --------------------------------------------------------------------------- */
 
-/* True in the frames of the start delay after its first one, which runs the set-up and frame 0. No
- * phase runs in a waiting frame, and none is counted. */
+/* True in a frame of the start delay that began with no set-up: no phase runs in it. */
 template <class Para>
 bool is_waiting(const AnimationObj &obj, const Para &para)
 {

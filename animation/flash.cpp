@@ -6,20 +6,6 @@
 namespace
 {
 
-bool own_cut(TexCut_animationpara &para)
-{
-	InPosition2D &strip = para.in_position2d;
-	/* Both pointers are the caller's at first: neither may be freed as ours if a copy fails. */
-	bool owned = own_copy(strip.texPosition2d, std::size_t{2} * strip.coordnum);
-	return own_position(para) && owned;
-}
-
-void free_cut(TexCut_animationpara &para)
-{
-	free_position(para);
-	drop(para.in_position2d.texPosition2d);
-}
-
 constexpr RecordArrays<TexCut_animationpara> kCutArrays = {own_cut, free_cut};
 
 void blink(AnimationObj &obj, const Flash_animationpara &para)
@@ -81,7 +67,8 @@ unsigned int CreateTexCutAnimation(TexCut_animationpara *para)
 
 void UpdateTexCutAnimation(unsigned int id, TexCut_animationpara *para)
 {
-	if (!para->in_position2d.texPosition2d) {
+	ListLock lock;
+	if (FindAnimationObj(id) && !para->in_position2d.texPosition2d) {
 		REPORT("ERROR: a texture cut needs texPosition2d\n");
 		return;
 	}

@@ -119,7 +119,8 @@ unsigned int CreateGraduallyDispLoopAnimation(GraduallyDispLoop_animationpara *p
 
 void UpdateGraduallyDispLoopAnimation(unsigned int id, GraduallyDispLoop_animationpara *para)
 {
-	if (!has_room_for_masks(*para)) {
+	ListLock lock;
+	if (FindAnimationObj(id) && !has_room_for_masks(*para)) {
 		REPORT(
 		    "ERROR: a gradual display takes at most %d textures\n", ANIMATION_MAX_GRADUAL_TEXTURES);
 		return;

@@ -11,8 +11,9 @@ namespace
 constexpr double kDiagonal = 141.4213562373095; /* of the mask */
 constexpr double kHalfDiagonal = 70.71067811865476;
 constexpr int kHalf = kMaskSize / 2;
-constexpr int kSoftEdge = 20;    /* pixels; a straight edge ends at both 255 and 0 within them */
-constexpr float kTravel = 70.0f; /* a half width and the soft edge */
+constexpr int kSoftEdge = 20; /* pixels; a straight edge ends at both 255 and 0 within them */
+constexpr float kStraightSteps = 19.0f; /* from 255 to 0 */
+constexpr float kTravel = 70.0f;        /* a half width and the soft edge */
 
 struct Slots {
 	MaskKind kind;
@@ -33,6 +34,8 @@ constexpr Slots kSlots[] = {
     {MaskKind::kGenerated, 9, 9},                       /* GRAD_SURROUND2CENTER */
     {MaskKind::kBlocks, 10, 10},                        /* GRAD_BLOCKS */
 };
+
+static_assert(std::size(kSlots) == GRAD_MAX + 1);
 
 /* Where the edge stands at step n of N, in mask pixels; truncated towards zero. */
 int edge_position(GraduallyDispMode mode, uint32_t n, uint32_t N)
@@ -85,7 +88,8 @@ int straight_cover(int d, int pos)
 	if (d < pos)
 		return 255;
 	if (d < pos + kSoftEdge)
-		return static_cast<int>(static_cast<float>(pos + 19 - d) * 255.0f / 19.0f);
+		return static_cast<int>(
+		    static_cast<float>(pos + kSoftEdge - 1 - d) * 255.0f / kStraightSteps);
 	return 0;
 }
 

@@ -1,7 +1,6 @@
 #include <animation/animation.h>
-#include <animation/list_lock.h>
 #include <animation/report.h>
-#include <animation/status.h>
+#include <animation/video_family.h>
 
 #include <cstdlib>
 
@@ -82,29 +81,20 @@ void RemoveAnimationObj(unsigned int id, DeleteObjMode mode)
 namespace
 {
 
-template <class Para>
-void free_video_arrays(void *record)
-{
-	auto *para = static_cast<Para *>(record);
-	free(para->texcoord);
-	free(para->bufinfo);
-}
-
 void free_record(AnimationObj &obj)
 {
-	/* Every record begins with its strip. */
-	free(static_cast<InPosition2D *>(obj.animationpara)->position2d);
 	switch (obj.animationtype) {
 	case ANI_TEX_CUT:
-		free(static_cast<InPosition2D *>(obj.animationpara)->texPosition2d);
+		free_cut(para_of<TexCut_animationpara>(obj));
 		break;
 	case ANI_VIDEO_GST:
-		free_video_arrays<VideoGST_animationpara>(obj.animationpara);
+		free_video_arrays(para_of<VideoGST_animationpara>(obj));
 		break;
 	case ANI_VIDEO_RAW:
-		free_video_arrays<VideoRAW_animationpara>(obj.animationpara);
+		free_video_arrays(para_of<VideoRAW_animationpara>(obj));
 		break;
-	default:
+	default: /* every record begins with its strip */
+		free(para_of<InPosition2D>(obj).position2d);
 		break;
 	}
 	free(obj.animationpara);

@@ -2,9 +2,7 @@
 
 unsigned int CreateVideoRAWAnimation(VideoRAW_animationpara *para)
 {
-	para->bufinfo = nullptr;
-	return create_object(ANI_VIDEO_RAW, para, kVideoArrays<VideoRAW_animationpara>, UPD_COORDS,
-	    RENDER_VIDEO_RAW_NV12);
+	return create_video(ANI_VIDEO_RAW, para, UPD_COORDS, RENDER_VIDEO_RAW_NV12);
 }
 
 void UpdateVideoRAWAnimation(unsigned int id, VideoRAW_animationpara *para)

@@ -47,8 +47,8 @@ namespace
 constexpr CycleStates kStates = {ST_SEQIN, ST_SEQOUT};
 constexpr uint32_t kQuad = 4;
 
-/* The strip has been replaced and its record not, or the other way round, only between an update
- * and the set-up it asks for: the shorter count fits both. */
+/* An update may have changed the record's strip without rebuilding the object's: the shorter count
+ * fits both. */
 uint32_t movable_vertices(const RenderObj &renderobj, const InPosition2D &in_position2d)
 {
 	return std::min(renderobj.coordnum, in_position2d.coordnum);

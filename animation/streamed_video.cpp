@@ -2,9 +2,7 @@
 
 unsigned int CreateVideoGSTAnimation(VideoGST_animationpara *para)
 {
-	para->bufinfo = nullptr;
-	return create_object(
-	    ANI_VIDEO_GST, para, kVideoArrays<VideoGST_animationpara>, UPD_ALL, RENDER_VIDEO_DMAFD);
+	return create_video(ANI_VIDEO_GST, para, UPD_ALL, RENDER_VIDEO_DMAFD);
 }
 
 void UpdateVideoGSTAnimation(unsigned int id, VideoGST_animationpara *para)
@@ -79,13 +77,18 @@ void delete_texture(RenderObj &renderobj)
 		glDeleteTextures(static_cast<GLsizei>(renderobj.tex_num), renderobj.textures);
 }
 
+void destroy_image(RenderObj &renderobj)
+{
+	if (renderobj.imagekhr)
+		f_eglDestroyImageKHR(eglGetCurrentDisplay(), renderobj.imagekhr);
+}
+
 void import_frame(RenderObj &renderobj, const VideoGST_animationpara &para)
 {
 	delete_texture(renderobj);
 	glActiveTexture(GL_TEXTURE0);
 	glGenTextures(1, renderobj.textures);
-	if (renderobj.imagekhr)
-		f_eglDestroyImageKHR(eglGetCurrentDisplay(), renderobj.imagekhr);
+	destroy_image(renderobj);
 	renderobj.imagekhr = import_image(*para.bufinfo);
 
 	glEnable(GL_TEXTURE_EXTERNAL_OES);
@@ -99,15 +102,22 @@ void import_frame(RenderObj &renderobj, const VideoGST_animationpara &para)
 	crop(renderobj, para);
 }
 
-void take_picture(RenderObj &renderobj, const VideoGST_animationpara &para)
+/* Without a frame the object keeps nothing of the one before, not even the decoder's memory. */
+void show_nothing(RenderObj &renderobj)
 {
-	if (para.bufinfo && can_import()) {
-		import_frame(renderobj, para);
-		return;
-	}
 	delete_texture(renderobj);
+	destroy_image(renderobj);
 	renderobj.textures[0] = 0;
 	renderobj.tex_num = 0;
+	renderobj.imagekhr = nullptr;
+}
+
+void take_picture(RenderObj &renderobj, const VideoGST_animationpara &para)
+{
+	if (para.bufinfo && can_import())
+		import_frame(renderobj, para);
+	else
+		show_nothing(renderobj);
 }
 
 } // namespace

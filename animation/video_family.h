@@ -17,6 +17,14 @@ bool own_video_arrays(Para &para)
 	return position && texcoord && bufinfo;
 }
 
+/* A new object begins without a frame. */
+template <class Para>
+bool own_new_video_arrays(Para &para)
+{
+	para.bufinfo = nullptr;
+	return own_video_arrays(para);
+}
+
 template <class Para>
 void free_video_arrays(Para &para)
 {
@@ -27,6 +35,20 @@ void free_video_arrays(Para &para)
 
 template <class Para>
 constexpr RecordArrays<Para> kVideoArrays = {own_video_arrays<Para>, free_video_arrays<Para>};
+
+/* Creates a video object. The lock holds until the caller's record is done with: the player may
+ * have it registered. */
+template <class Para>
+unsigned int create_video(
+    AnimationType type, Para *caller, UpdateMode first_update, RenderMode rendermode)
+{
+	ListLock lock;
+	RecordArrays<Para> arrays = {own_new_video_arrays<Para>, free_video_arrays<Para>};
+	unsigned int id = create_object(type, caller, arrays, first_update, rendermode);
+	if (id != ANIMATION_NO_OBJECT)
+		caller->bufinfo = nullptr;
+	return id;
+}
 
 /* Copies the record's texture coordinates to an array of the strip. An update may have changed the
  * record's strip without rebuilding the object's: the shorter count fits both. */

@@ -7,8 +7,7 @@
 
 int main(int argc, char **argv)
 {
-	/* One triangle strip, in pixels of one display: bottom left, bottom right, top left, top right.
-	 */
+	/* One strip, in pixels: bottom left, bottom right, top left, top right. */
 	static float corners[] = {0, 576, 1152, 576, 0, 0, 1152, 0};
 	static Backgroud_animationpara picture;
 	unsigned int id;

@@ -1,11 +1,11 @@
-#include "host/padded_frames.h"
+#include <host/padded_frames.h>
 
 #include <gst/base/gstbasetransform.h>
 #include <gst/video/gstvideometa.h>
 #include <gst/video/video.h>
 
-#include "host/memfd_allocator.h"
-#include "host/padded_picture.h"
+#include <host/memfd_allocator.h>
+#include <host/padded_picture.h>
 
 /* Frames that pass before one is written again: time for a receiver that uses a descriptor after
  * it has let go of the buffer. */

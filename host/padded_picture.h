@@ -4,7 +4,8 @@
  *
  * Pure functions on the caller's memory: any thread, no allocation.
  */
-#pragma once
+#ifndef HOST_PADDED_PICTURE_H
+#define HOST_PADDED_PICTURE_H
 
 #include <cstddef>
 #include <cstdint>
@@ -32,3 +33,5 @@ size_t size_of(const PaddedPicture &picture);
 /* Writes the image and repeats its outermost pixels over the border, so that nothing foreign is
  * mixed in where the edge is sampled between two pixels. */
 void write_image(const PaddedPicture &picture, const I420Image &image, uint8_t *planes);
+
+#endif

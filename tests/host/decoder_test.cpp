@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -20,6 +21,9 @@
 #include <gst/gst.h>
 #include <gst/video/gstvideometa.h>
 #include <gst/video/video.h>
+
+/* The plug-in's code is part of this program. */
+extern "C" void gst_plugin_animationdecoder_register();
 
 namespace
 {
@@ -149,6 +153,17 @@ std::vector<uint8_t> image_of(GstSample *plain)
 	return image;
 }
 
+std::string output_of(const std::string &command)
+{
+	std::string output;
+	std::FILE *program = popen(command.c_str(), "r");
+	for (int byte; program && (byte = getc(program)) != EOF;)
+		output += char(byte);
+	if (program)
+		pclose(program);
+	return output;
+}
+
 bool is_open(int fd)
 {
 	return fcntl(fd, F_GETFD) >= 0;
@@ -188,6 +203,7 @@ protected:
 	static void SetUpTestSuite()
 	{
 		gst_init(nullptr, nullptr);
+		gst_plugin_animationdecoder_register();
 	}
 	void SetUp() override
 	{
@@ -214,6 +230,22 @@ protected:
 constexpr char kByteStream[] =
     " ! h264parse name=parse ! ducatih264decvpe num-input-buffers=8 ! appsink name=grabber "
     "sync=false";
+
+/* The plug-in as others load it; its folder alone, to save the time of all the others. */
+TEST_F(Decoder, TellsWhatItIs)
+{
+	const std::string command = "GST_REGISTRY=" + folder_ +
+	                            "/registry GST_PLUGIN_SYSTEM_PATH_1_0= GST_PLUGIN_PATH=" +
+	                            DECODER_FOLDER " gst-inspect-1.0 ";
+	const std::string plugin = output_of(command + "animationdecoder");
+	const std::string element = output_of(command + "ducatih264decvpe");
+	for (const char *line : {"License                  MIT/X11", "ducatih264decvpe: H.264"})
+		EXPECT_TRUE(plugin.find(line) != plugin.npos) << line << " in\n" << plugin;
+	for (const char *line :
+	    {"Rank                     primary + 64 (320)", "Author                   animation",
+	        "Codec/Decoder/Video", "Unsigned Integer. Range: 1 - 32 Default: 8"})
+		EXPECT_TRUE(element.find(line) != element.npos) << line << " in\n" << element;
+}
 
 /* A file through decodebin: every pixel as the plain decoder gives it, inside a border that
  * repeats the edges. */

@@ -91,7 +91,8 @@ static void add_ghost_pad(
 	          : gst_ghost_pad_new_no_target_from_template(pad_template->name_template, wanted);
 	gst_element_add_pad(GST_ELEMENT(self), ghost);
 	gst_object_unref(wanted);
-	gst_clear_object(&inner);
+	if (inner)
+		gst_object_unref(inner);
 }
 
 static void animation_decoder_init(AnimationDecoder *self)

@@ -54,9 +54,10 @@ static GstBufferPool *open_pool(GstCaps *caps, guint size)
 	const bool open =
 	    gst_buffer_pool_set_config(pool, config) && gst_buffer_pool_set_active(pool, TRUE);
 	gst_object_unref(allocator);
-	if (!open)
-		gst_clear_object(&pool);
-	return pool;
+	if (open)
+		return pool;
+	gst_object_unref(pool);
+	return nullptr;
 }
 
 static bool select_pool(AnimationPaddedFrames *self, GstCaps *caps, guint size)

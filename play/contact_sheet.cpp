@@ -147,8 +147,10 @@ SurfacePtr draw_sheet(const Options &options, const std::vector<SurfacePtr> &pic
 	cairo_select_font_face(cr, "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
 	cairo_set_font_size(cr, 13);
 	for (int i = 0; i < count; ++i) {
-		const Area cell = {kGap + i % columns * (width + kGap),
-		    kGap + static_cast<double>(i / columns) * (height + kGap), width, height};
+		const int row = i / columns;
+		const int column = i % columns;
+		const Area cell = {
+		    kGap + column * (width + kGap), kGap + row * (height + kGap), width, height};
 		draw_cell(cr, pictures[i].get(), options.entries[i].label, crop, cell);
 	}
 	return sheet;

@@ -1,0 +1,244 @@
+#include <array>
+
+#include <gl_watch.h>
+#include <offscreen_test.h>
+
+namespace
+{
+
+float whole_picture[8] = {0, 0, 1, 0, 0, 1, 1, 1};
+
+/* What the stand-ins for the image entry points were told. */
+struct Import {
+	std::vector<EGLint> attributes;
+	EGLenum target = 0;
+	EGLContext context = nullptr;
+	EGLImageKHR attached = nullptr;
+};
+std::vector<Import> imports;
+std::vector<EGLImageKHR> destroyed;
+bool imports_fail;
+
+EGLImageKHR image_number(std::size_t number)
+{
+	return reinterpret_cast<EGLImageKHR>(number);
+}
+
+EGLImageKHR stand_in_create(EGLDisplay, EGLContext context, EGLenum target, EGLClientBuffer buffer,
+    const EGLint *attributes)
+{
+	EXPECT_EQ(buffer, nullptr);
+	Import import = {.target = target, .context = context};
+	while (*attributes != EGL_NONE)
+		import.attributes.push_back(*attributes++);
+	imports.push_back(import);
+	return imports_fail ? nullptr : image_number(imports.size());
+}
+
+void stand_in_target(GLenum target, GLeglImageOES image)
+{
+	EXPECT_EQ(target, GLenum{GL_TEXTURE_EXTERNAL_OES});
+	imports.back().attached = image;
+}
+
+EGLBoolean stand_in_destroy(EGLDisplay, EGLImageKHR image)
+{
+	destroyed.push_back(image);
+	return EGL_TRUE;
+}
+
+struct StreamedVideoTest : OffscreenTest {
+	VideoGST_animationpara para = whole_viewport<VideoGST_animationpara>();
+	BufferInfoGST frame = {1280, 720, {0, 0, 1280, 720}, 42};
+	std::size_t textures = gl_watch.textures.size();
+	unsigned int id = 0;
+
+	void SetUp() override
+	{
+		imports.clear();
+		destroyed.clear();
+		imports_fail = false;
+		f_eglCreateImageKHR = stand_in_create;
+		f_glEGLImageTargetTexture2DOES = stand_in_target;
+		f_eglDestroyImageKHR = stand_in_destroy;
+		para.texcoord = whole_picture;
+		id = CreateAnimationObj(ANI_VIDEO_GST, &para);
+		EXPECT_TRUE(turn());
+		EXPECT_TRUE(imports.empty());
+	}
+
+	void TearDown() override
+	{
+		OffscreenTest::TearDown();
+		EXPECT_EQ(gl_watch.textures.size(), textures);
+		GetProcAddress();
+	}
+
+	/* True if the object is to be drawn in this frame. */
+	bool turn()
+	{
+		return step(id) && object(id).renderobj->repaint;
+	}
+
+	void update(UpdateMode mode, BufferInfoGST *bufinfo)
+	{
+		para.bufinfo = bufinfo;
+		para.update = mode;
+		UpdateAnimationObj(id, &para);
+	}
+};
+
+TEST_F(StreamedVideoTest, ImportsTheNewestFrame)
+{
+	EXPECT_FALSE(turn());
+	BufferInfoGST older = {640, 480, {}, 7};
+	update(UPD_ALL, &older);
+	update(UPD_ALL, &frame);
+	frame.fd = 99; /* the object has its own copy */
+	EXPECT_TRUE(turn());
+	ASSERT_EQ(imports.size(), 1U);
+	EXPECT_EQ(imports[0].attributes,
+	    (std::vector<EGLint>{0x3271, 0x3231564E, 0x3057, 1280, 0x3056, 720, 0x3274, 1280, 0x3277,
+	        1280, 0x3273, 0, 0x3276, 0, 0x3272, 42, 0x3275, 42}));
+	EXPECT_EQ(imports[0].target, EGLenum{EGL_LINUX_DMA_BUF_EXT});
+	EXPECT_EQ(imports[0].context, EGL_NO_CONTEXT);
+	EXPECT_EQ(imports[0].attached, image_number(1));
+	EXPECT_EQ(gl_watch.textures.size(), textures + 1);
+	EXPECT_EQ(object(id).status, ST_SHOW);
+	EXPECT_FALSE(turn());
+
+	update(UPD_ALL, &frame);
+	EXPECT_TRUE(turn());
+	EXPECT_EQ(destroyed, std::vector<EGLImageKHR>{image_number(1)});
+	EXPECT_EQ(gl_watch.textures.size(), textures + 1);
+	RemoveAnimationObj(id, DEL_ON_HIDE);
+	EXPECT_FALSE(turn());
+	EXPECT_EQ(destroyed, (std::vector<EGLImageKHR>{image_number(1), image_number(2)}));
+}
+
+TEST_F(StreamedVideoTest, MapsTheCropEveryTimeAnew)
+{
+	frame.crop = {320, 90, 640, 540};
+	const float cropped[8] = {0.25f, 0.125f, 0.75f, 0.125f, 0.25f, 0.875f, 0.75f, 0.875f};
+	for (int i = 0; i < 3; i++) {
+		update(i == 1 ? UPD_TEXS : UPD_ALL, &frame);
+		turn();
+		EXPECT_TRUE(std::equal(cropped, cropped + 8, object(id).renderobj->texturecoord0));
+	}
+	update(UPD_COORDS, &frame); /* the strip alone, with its own coordinates and the old picture */
+	EXPECT_TRUE(turn());
+	EXPECT_TRUE(std::equal(whole_picture, whole_picture + 8, object(id).renderobj->texturecoord0));
+	EXPECT_EQ(imports.size(), 3U);
+	update(UPD_MISC, &frame);
+	EXPECT_FALSE(turn());
+}
+
+TEST_F(StreamedVideoTest, OutlivesFailures)
+{
+	imports_fail = true;
+	update(UPD_ALL, &frame);
+	EXPECT_TRUE(turn());
+	EXPECT_EQ(object(id).renderobj->imagekhr, nullptr);
+	imports_fail = false;
+	update(UPD_ALL, &frame);
+	EXPECT_TRUE(turn());
+	EXPECT_EQ(object(id).renderobj->imagekhr, image_number(2));
+	EXPECT_TRUE(destroyed.empty());
+
+	update(UPD_ALL, nullptr);
+	EXPECT_TRUE(turn());
+	EXPECT_EQ(object(id).renderobj->textures[0], 0U);
+	update(UPD_TEXS, &frame);
+	EXPECT_TRUE(turn());
+
+	f_eglCreateImageKHR = nullptr; /* EGL without images */
+	update(UPD_ALL, &frame);
+	EXPECT_TRUE(turn());
+	EXPECT_EQ(imports.size(), 3U);
+}
+
+struct RawVideoTest : OffscreenTest {
+	VideoRAW_animationpara para = whole_viewport<VideoRAW_animationpara>();
+	std::size_t textures = gl_watch.textures.size();
+	unsigned int id = 0;
+	SmallTarget target;
+
+	void SetUp() override
+	{
+		textures = gl_watch.textures.size();
+		para.texcoord = whole_picture;
+		id = CreateAnimationObj(ANI_VIDEO_RAW, &para);
+	}
+
+	void update(BufferInfoRAW frame, UpdateMode mode = UPD_TEXS)
+	{
+		para.bufinfo = &frame;
+		para.update = mode;
+		UpdateAnimationObj(id, &para);
+	}
+
+	bool turn()
+	{
+		if (!step(id) || !object(id).renderobj->repaint)
+			return false;
+		Render3DFrame(window, object(id).renderobj);
+		return true;
+	}
+};
+
+TEST_F(RawVideoTest, ShowsFramesFromMemory)
+{
+	/* Black at the bottom, white at the top; the second plane where the stride says. */
+	std::array<std::uint8_t, 2 * 4 + 2> pixels = {16, 16, 235, 235, 0, 0, 0, 0, 128, 128};
+	const BufferInfoRAW frame = {2, 2, 4, pixels.data(), {}};
+	update(frame);
+	EXPECT_TRUE(turn()); /* a frame before the first turn is lost: that brings the strip alone */
+	EXPECT_EQ(object(id).renderobj->tex_num, 0U);
+	EXPECT_FALSE(turn());
+	for (int i = 0; i < 2; i++) {
+		update({2, 2, 2, pixels.data(), {}}); /* replaced before it is shown */
+		update(frame);
+		EXPECT_TRUE(turn());
+		EXPECT_EQ(gl_watch.textures.size(), textures + 2);
+	}
+	EXPECT_TRUE(looks_like(target.at(VP_LCD0, 4, 7), kBlack, 2));
+	EXPECT_TRUE(looks_like(target.at(VP_LCD0, 4, 0), kWhite, 2));
+	EXPECT_FALSE(turn());
+
+	update({}, UPD_COORDS);
+	EXPECT_TRUE(turn());
+	EXPECT_EQ(gl_watch.textures.size(), textures + 2);
+	RemoveAnimationObj(id, DEL_IMMEDIATELY);
+	EXPECT_FALSE(turn());
+	EXPECT_EQ(gl_watch.textures.size(), textures);
+}
+
+TEST_F(RawVideoTest, HalvesOddSizesDownwards)
+{
+	/* Heap blocks of exactly what such a frame holds, so that a sanitizer sees a byte more. */
+	turn();
+	for (const uint32_t width : {1u, 3u, 5u})
+		for (const uint32_t height : {1u, 3u}) {
+			std::vector<std::uint8_t> pixels(width * height + width / 2 * 2 * (height / 2), 100);
+			pixels.shrink_to_fit();
+			update({width, height, width, pixels.data(), {}});
+			EXPECT_TRUE(turn());
+		}
+}
+
+TEST_F(RawVideoTest, TakesOverReadyTextures)
+{
+	turn();
+	const GLuint planes[2] = {solid_texture(kRed), solid_texture(kGreen)};
+	update({1, 1, 1, nullptr, {planes[0], planes[1]}});
+	EXPECT_TRUE(turn());
+	EXPECT_EQ(bound_texture(0), planes[0]);
+	EXPECT_EQ(bound_texture(1), planes[1]);
+	std::array<std::uint8_t, 6> pixels = {};
+	update({2, 2, 2, pixels.data(), {}});
+	EXPECT_TRUE(turn());
+	EXPECT_FALSE(glIsTexture(planes[0]) || glIsTexture(planes[1]));
+	EXPECT_EQ(gl_watch.textures.size(), textures + 2);
+}
+
+} // namespace

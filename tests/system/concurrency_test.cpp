@@ -1,0 +1,98 @@
+#include <atomic>
+#include <random>
+#include <thread>
+
+#include "system_test.h"
+
+namespace
+{
+
+struct ConcurrencyTest : SystemTest {
+	std::atomic<int> gone{0};
+
+	template <class Para>
+	static Para record(float (&strip)[8])
+	{
+		Para para = {};
+		para.in_position2d = {4, strip, strip, VP_LCD1};
+		if constexpr (requires { para.textures; }) {
+			para.textures.mask_index = para.textures.alpha_index = ANIMATION_NO_TEXTURE;
+			para.textures.constant_color[3] = 1;
+		}
+		if constexpr (requires { para.sin_frame; })
+			para.in_frame = para.out_frame = para.sout_frame = 2;
+		if constexpr (requires { para.on_frame; })
+			para.on_frame = para.off_frame = 1;
+		if constexpr (requires { para.gmode_show; })
+			para.gmode_show = para.gmode_hide = GRAD_BLOCKS;
+		if constexpr (requires { para.seq_show; })
+			para.seq_show = para.seq_hide = SEQ_WHIP;
+		if constexpr (requires { para.texcoord; })
+			para.texcoord = strip;
+		return para;
+	}
+
+	/* The life of an object, from one thread: it meets no object but its own under its id. */
+	template <class Para>
+	void live(AnimationType type, std::mt19937 &random)
+	{
+		float strip[8] = {0, 40, 40, 40, 0, 0, 40, 0};
+		auto para = record<Para>(strip);
+		const unsigned int id = CreateAnimationObj(type, &para);
+		ASSERT_NE(id, ANIMATION_NO_OBJECT);
+		for (unsigned int updates = random() % 4; updates; updates--) {
+			ASSERT_TRUE(IsAnimationObjType(id, type));
+			ASSERT_NE(GetAnimationObjStatus(id), ST_INVALID);
+			para.update = static_cast<UpdateMode>(random() % 4);
+			strip[0] = static_cast<float>(random() % 40);
+			UpdateAnimationObj(id, &para);
+			std::this_thread::sleep_for(std::chrono::milliseconds(random() % 20));
+		}
+		RemoveAnimationObj(id, DEL_IMMEDIATELY);
+		gone++;
+	}
+};
+
+TEST_F(ConcurrencyTest, ThreadsShareTheListWithTheFrames)
+{
+	start_compositor({.keep_requests = false});
+	init();
+	show(ANI_FLASH, kRed, 0, 8);
+	std::atomic<bool> stop{false};
+	std::vector<std::thread> threads;
+	for (unsigned int seed = 0; seed < 4; seed++) {
+		threads.emplace_back([this, seed, &stop] {
+			std::mt19937 random(seed);
+			while (!stop) {
+				switch (random() % 6) {
+				case 0:
+					live<Flash_animationpara>(ANI_FLASH, random);
+					break;
+				case 1:
+					live<FadeInOutLoop_animationpara>(ANI_FADEINOUT, random);
+					break;
+				case 2:
+					live<GraduallyDispLoop_animationpara>(ANI_GRADUALLYDISP, random);
+					break;
+				case 3:
+					live<SeqLoop_animationpara>(ANI_SEQUENCE, random);
+					break;
+				case 4:
+					live<VideoRAW_animationpara>(ANI_VIDEO_RAW, random);
+					break;
+				default:
+					live<VideoGST_animationpara>(ANI_VIDEO_GST, random);
+				}
+			}
+		});
+	}
+	const std::uint32_t begin = turns();
+	EXPECT_TRUE(eventually([&] { return turns() >= begin + 40 && gone > 100; }));
+	stop = true;
+	for (std::thread &thread : threads)
+		thread.join();
+	EXPECT_EQ(last_picture()[4], kRed);
+	remove_all();
+}
+
+} // namespace

@@ -1,0 +1,126 @@
+#include "system_test.h"
+
+#include <cstdlib>
+#include <thread>
+
+bool eventually(const std::function<bool()> &condition)
+{
+	const auto end = std::chrono::steady_clock::now() + kLimit;
+	while (!condition()) {
+		if (std::chrono::steady_clock::now() > end)
+			return false;
+		std::this_thread::sleep_for(std::chrono::milliseconds(5));
+	}
+	return true;
+}
+
+void SystemTest::start_compositor(CompositorOptions options)
+{
+	options.on_picture = [this](const Picture &committed) {
+		ASSERT_EQ(committed.width, 2304);
+		ASSERT_EQ(committed.height, 576);
+		const std::lock_guard hold(picture_lock);
+		for (std::size_t i = 0; i < picture.size(); i++) {
+			const auto *bgrx = committed.pixels + 288 * committed.stride + (i * 144 + 72) * 4;
+			picture[i] = static_cast<std::uint32_t>(bgrx[2] << 16 | bgrx[1] << 8 | bgrx[0]);
+		}
+	};
+	std::string error;
+	compositor = open_compositor(std::move(options), &error);
+	ASSERT_TRUE(compositor) << error;
+	start_compositor_thread(*compositor);
+	setenv("XDG_RUNTIME_DIR", compositor_folder(*compositor).c_str(), 1);
+	setenv("WAYLAND_DISPLAY", compositor_socket(*compositor).c_str(), 1);
+	setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
+}
+
+void SystemTest::init()
+{
+	Init();
+	is_running = true;
+}
+
+void SystemTest::remove_all()
+{
+	EXPECT_TRUE(eventually([] {
+		pthread_mutex_lock(&g_mutex);
+		const bool empty = !animationItemHead;
+		for (const AnimationObj *obj = animationItemHead; obj; obj = obj->next)
+			RemoveAnimationObj(obj->objId, DEL_IMMEDIATELY);
+		pthread_mutex_unlock(&g_mutex);
+		return empty;
+	}));
+}
+
+/* DeInit frees no object and takes the lock away, without which none can be freed. */
+static void free_what_is_left()
+{
+	pthread_mutexattr_t recursive;
+	pthread_mutexattr_init(&recursive);
+	pthread_mutexattr_settype(&recursive, PTHREAD_MUTEX_RECURSIVE);
+	pthread_mutex_init(&g_mutex, &recursive);
+	while (animationItemHead)
+		RemoveAnimationObjReal(animationItemHead->objId);
+	pthread_mutex_destroy(&g_mutex);
+	pthread_mutexattr_destroy(&recursive);
+}
+
+void SystemTest::finish()
+{
+	if (is_running)
+		DeInit();
+	is_running = false;
+	free_what_is_left();
+	compositor.reset();
+}
+
+std::uint64_t SystemTest::pictures()
+{
+	return compositor_record(*compositor).pictures;
+}
+
+Eighths SystemTest::last_picture()
+{
+	const std::lock_guard hold(picture_lock);
+	return picture;
+}
+
+std::uint32_t SystemTest::turns()
+{
+	return now(p_gwindow->frames);
+}
+
+bool SystemTest::await_turns(std::uint32_t count)
+{
+	const std::uint32_t goal = turns() + count;
+	return eventually([goal] { return turns() >= goal; });
+}
+
+template <class Para>
+static unsigned int show_as(AnimationType type, Para para)
+{
+	if constexpr (requires { para.on_frame; }) {
+		para.on_frame = 1000000;
+		para.on_alpha = 1;
+	}
+	return CreateAnimationObj(type, &para);
+}
+
+unsigned int SystemTest::show(
+    AnimationType type, std::uint32_t rgb, int left, int right, ViewPortID vp_id, GLuint texture)
+{
+	const auto x1 = static_cast<float>(left * 144);
+	const auto x2 = static_cast<float>(right * 144);
+	float strip[8] = {x1, 576, x2, 576, x1, 0, x2, 0};
+	Flash_animationpara para = {.in_position2d = {4, nullptr, strip, vp_id}};
+	para.textures.mode = TEX_IDS;
+	para.textures.texids[0] = texture;
+	para.textures.tex_num = texture != 0;
+	para.textures.mask_index = para.textures.alpha_index = ANIMATION_NO_TEXTURE;
+	for (int i = 0; i < 3; i++)
+		para.textures.constant_color[i] = static_cast<float>(rgb >> (16 - 8 * i) & 0xFF) / 255.0f;
+	para.textures.constant_color[3] = 1;
+	if (type == ANI_BACKGROUND)
+		return show_as(type, Backgroud_animationpara{para.in_position2d, para.textures});
+	return show_as(type, para);
+}

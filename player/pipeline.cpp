@@ -60,9 +60,10 @@ void bring_down(const CustomData &player)
 	if (!pipeline)
 		return;
 
-	// rtmpsrc may wait here for a silent server, for as long as its own timeout of two minutes: the
-	// read that it is blocked in does not notice that the socket was closed. The appsink is down
-	// long before, since a state change goes from the sink to the source.
+	end_reading(pipeline.get());
+
+	// A source may still not let go. The appsink is down long before, since a state change goes
+	// from the sink to the source.
 	GAsyncQueue *done = g_async_queue_new();
 	gst_element_call_async(pipeline.get(), go_to_null, g_async_queue_ref(done), unref_queue);
 	if (!g_async_queue_timeout_pop(done, kBringDownLimit))

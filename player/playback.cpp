@@ -126,11 +126,15 @@ bool build_pipeline(const Source &source, const char *uri)
 
 bool start_pipeline(const Source &source)
 {
+	const bool connects = source.description == kRtmpDescription;
+	const Connections before = connects ? open_connections() : Connections();
 	__atomic_store_n(&data.is_buffering, source.is_buffering, __ATOMIC_RELAXED);
 	if (gst_element_set_state(data.pipeline, source.first_state) == GST_STATE_CHANGE_FAILURE) {
 		g_printerr("Unable to set the pipeline to the playing state.\n");
 		return false;
 	}
+	if (connects)
+		remember_connection(before);
 	print_time("build link");
 	return true;
 }

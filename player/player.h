@@ -65,12 +65,12 @@ int StartGSTPlay(const char *uri);
 int SetGSTPlayAnimationId(unsigned int id1, void *para1, unsigned int id2, void *para2);
 
 /* Asks the playback to end and returns at once; it ends within three seconds. The picture stays
- * until its object is removed. If an RTMP server has fallen silent, its connection may outlive the
- * playback, in a thread of GStreamer's, by up to two minutes. */
+ * until its object is removed. */
 void StopGSTPlay(void);
 
-/* Pauses or resumes. A file goes on playing by itself as soon as it has prerolled, so that a pause
- * lasts only for live and buffering sources. Without a playback nothing happens. */
+/* Pauses or resumes. A pause ends by itself as soon as the sink has got its next frame: for a file
+ * after about a millisecond, for a live source if a frame was on its way, else only by GST_PLAY or
+ * the end. Without a playback nothing happens. */
 void GSTplayControl(GSTControl order);
 
 /* TRUE once a frame has come in this playback, and after it until the next start. */

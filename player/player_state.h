@@ -1,9 +1,11 @@
 /* What the files of the player share and nobody else sees. */
 #pragma once
 
+#include <bitset>
 #include <memory>
 
 #include <pthread.h>
+#include <sys/select.h>
 
 #include <player/player.h>
 
@@ -68,3 +70,17 @@ void bring_down(const CustomData &player);
 
 /* Gives back the pipeline and the references into it. */
 void release_pipeline(CustomData &player);
+
+/* ---- The connection of rtmpsrc ----------------------------------------------------------------
+ */
+
+using Connections = std::bitset<FD_SETSIZE>;
+
+/* The TCP connections of this process, by descriptor. */
+Connections open_connections();
+
+/* Remembers the one that has come since, to be called right after rtmpsrc has opened its own. */
+void remember_connection(const Connections &before);
+
+/* Gets the source out of its reading, where a connection was remembered, and forgets it. */
+void end_reading(GstElement *pipeline);

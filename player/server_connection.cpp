@@ -1,0 +1,111 @@
+/*
+ * The way out for rtmpsrc, which cannot be stopped safely while it reads: it then closes its
+ * connection under the reading thread, which may crash both, or may not notice for two minutes.
+ * So its reading is ended first, as if the server had hung up, also on the connection that it then
+ * tries to make anew. The element keeps its sockets to itself, but they can be seen to appear.
+ */
+#include <cstring>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <player/player_state.h>
+
+namespace
+{
+
+constexpr guint64 kReadingEndLimit = G_USEC_PER_SEC / 2;
+constexpr guint64 kPollInterval = G_USEC_PER_SEC / 100;
+
+struct Connection {
+	int fd = -1;
+	ino_t inode = 0; /* tells a descriptor from one of the same number after it */
+	sockaddr_storage peer = {};
+};
+
+Connection connection;
+
+ino_t inode_of(int fd)
+{
+	struct stat status = {};
+	fstat(fd, &status);
+	return status.st_ino;
+}
+
+bool is_connected(int fd, sockaddr_storage &peer)
+{
+	int type = 0;
+	socklen_t length = sizeof type;
+	if (getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &length) != 0 || type != SOCK_STREAM)
+		return false;
+	peer = {};
+	length = sizeof peer;
+	return getpeername(fd, reinterpret_cast<sockaddr *>(&peer), &length) == 0 &&
+	       (peer.ss_family == AF_INET || peer.ss_family == AF_INET6);
+}
+
+bool has_running_source(GstElement *pipeline)
+{
+	bool running = false;
+	GstIterator *sources = gst_bin_iterate_sources(GST_BIN(pipeline));
+	GValue item = G_VALUE_INIT;
+	while (gst_iterator_next(sources, &item) == GST_ITERATOR_OK) {
+		auto *source = static_cast<GstElement *>(g_value_get_object(&item));
+		GstPad *pad = gst_element_get_static_pad(source, "src");
+		running = running || gst_pad_get_task_state(pad) == GST_TASK_STARTED;
+		gst_object_unref(pad);
+		g_value_reset(&item);
+	}
+	g_value_unset(&item);
+	gst_iterator_free(sources);
+	return running;
+}
+
+// Only the reading half: rtmpsrc takes its leave of the server in writing.
+void hang_up(const Connections &fresh)
+{
+	for (int fd = 0; fd < int(fresh.size()); ++fd) {
+		sockaddr_storage peer;
+		if (fresh[fd] && is_connected(fd, peer) &&
+		    memcmp(&peer, &connection.peer, sizeof peer) == 0)
+			shutdown(fd, SHUT_RD);
+	}
+}
+
+} // namespace
+
+Connections open_connections()
+{
+	Connections open;
+	sockaddr_storage peer;
+	for (int fd = 0; fd < int(open.size()); ++fd)
+		open[fd] = is_connected(fd, peer);
+	return open;
+}
+
+void remember_connection(const Connections &before)
+{
+	connection = {};
+	// With a second one, of another thread of the application, none is safe to touch.
+	const Connections fresh = open_connections() & ~before;
+	for (int fd = 0; fresh.count() == 1 && fd < int(fresh.size()); ++fd)
+		if (fresh[fd] && is_connected(fd, connection.peer)) {
+			connection.fd = fd;
+			connection.inode = inode_of(fd);
+		}
+}
+
+void end_reading(GstElement *pipeline)
+{
+	if (connection.fd == -1)
+		return;
+	Connections others = open_connections();
+	if (inode_of(connection.fd) == connection.inode)
+		others.reset(connection.fd);
+	for (guint64 waited = 0; waited < kReadingEndLimit && has_running_source(pipeline);
+	     waited += kPollInterval) {
+		hang_up(open_connections() & ~others);
+		g_usleep(kPollInterval);
+	}
+	connection = {};
+}

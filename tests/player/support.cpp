@@ -53,8 +53,10 @@ Caught::~Caught()
 {
 	fflush(nullptr);
 	dup2(original, stream);
+	const std::string said = text();
 	if (testing::Test::HasFailure())
-		fprintf(stderr, "caught on %d:\n%s", stream, text().c_str());
+		fprintf(stderr, "the last caught on %d:\n%s", stream,
+		    said.substr(said.size() - std::min<size_t>(said.size(), 4000)).c_str());
 	close(original);
 	close(file);
 }

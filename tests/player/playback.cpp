@@ -1,0 +1,125 @@
+#include <cstdlib>
+
+#include <animation/list_lock.h>
+
+#include "playback.h"
+
+// The decoder's entry as a static plug-in.
+extern "C" void gst_plugin_animationdecoder_register();
+
+Feed::Feed(const std::string &description)
+    : pipeline(gst_parse_launch(description.c_str(), nullptr))
+{
+	gst_element_set_state(pipeline, GST_STATE_PLAYING);
+}
+
+Feed::~Feed()
+{
+	gst_element_set_state(pipeline, GST_STATE_NULL);
+	gst_object_unref(pipeline);
+}
+
+bool Feed::ends(double seconds)
+{
+	GstBus *bus = gst_element_get_bus(pipeline);
+	GstMessage *message = gst_bus_timed_pop_filtered(bus, GstClockTime(seconds * GST_SECOND),
+	    GstMessageType(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
+	const bool ended = message && GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS;
+	if (message)
+		gst_message_unref(message);
+	gst_object_unref(bus);
+	return ended;
+}
+
+std::string test_pattern(bool live, int frames)
+{
+	return "videotestsrc is-live=" + std::to_string(live) +
+	       " num-buffers=" + std::to_string(frames) +
+	       " ! video/x-raw,format=I420,width=320,height=240,framerate=25/1"
+	       " ! x264enc tune=zerolatency speed-preset=ultrafast key-int-max=5"
+	       " ! h264parse config-interval=-1 ! ";
+}
+
+Folder::Folder()
+    : path([] {
+	      std::string pattern = testing::TempDir() + "player-XXXXXX";
+	      return std::string(mkdtemp(pattern.data()));
+      }())
+{
+}
+
+Folder::~Folder()
+{
+	std::filesystem::remove_all(path);
+}
+
+Playback::Playback()
+{
+	set_up_player();
+	[[maybe_unused]] static const bool registered = (gst_plugin_animationdecoder_register(), true);
+}
+
+Playback::~Playback()
+{
+	StopGSTPlay();
+	wait_until(
+	    [&] { return count(out.text(), "thread exit\n") == count(out.text(), "build link"); });
+	for (unsigned id : ids)
+		RemoveAnimationObjReal(id);
+}
+
+void Playback::register_objects()
+{
+	for (VideoGST_animationpara *para : {&left, &right}) {
+		*para = {.in_position2d = {.coordnum = 4, .position2d = corners}, .texcoord = corners};
+		unsigned &id = ids[para == &right];
+		if (id == ANIMATION_NO_OBJECT)
+			id = CreateAnimationObj(ANI_VIDEO_GST, para);
+	}
+	EXPECT_EQ(SetGSTPlayAnimationId(ids[0], &left, ids[1], &right), 0);
+}
+
+bool Playback::ends(double seconds)
+{
+	++ended;
+	return wait_until([&] { return count(out.text(), "thread exit\n") == ended; }, seconds);
+}
+
+bool Playback::stops()
+{
+	StopGSTPlay();
+	return ends(3);
+}
+
+bool Playback::frames_come(double seconds)
+{
+	auto take = [](VideoGST_animationpara &para) {
+		ListLock lock;
+		return std::exchange(para.update, UPD_MISC) == UPD_ALL && para.bufinfo;
+	};
+	take(left);
+	take(right);
+	return wait_until([&] { return take(left); }, seconds) &&
+	       wait_until([&] { return take(right); }, seconds);
+}
+
+std::string Playback::film()
+{
+	static const Folder folder;
+	const std::string path = folder.path / "film.mp4";
+	if (!std::filesystem::exists(path)) {
+		Feed camera(test_pattern(false, 25) + "mp4mux ! filesink location=" + path);
+		EXPECT_TRUE(camera.ends(20));
+	}
+	return path;
+}
+
+bool Playback::is_up()
+{
+	return IsGSTStatePlaying();
+}
+
+int Playback::position()
+{
+	return GetGSTimeStramp();
+}

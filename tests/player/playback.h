@@ -1,0 +1,78 @@
+/* What the tests of whole playbacks share: a fixture with two registered objects, and sources. */
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include <gst/gst.h>
+#include <gtest/gtest.h>
+
+#include <animation/animation.h>
+#include <player/player.h>
+
+#include "support.h"
+
+/* A pipeline of the test's own; it runs while it lives. */
+class Feed
+{
+public:
+	explicit Feed(const std::string &description);
+	~Feed();
+	Feed(const Feed &) = delete;
+	Feed &operator=(const Feed &) = delete;
+
+	/* True when the end of the stream has come. */
+	bool ends(double seconds);
+
+private:
+	GstElement *pipeline;
+};
+
+/* A launch description that makes H.264 in real time, or as fast as it can. */
+std::string test_pattern(bool live, int frames);
+
+/* A folder that goes with its contents. */
+class Folder
+{
+public:
+	Folder();
+	~Folder();
+	Folder(const Folder &) = delete;
+	Folder &operator=(const Folder &) = delete;
+
+	const std::filesystem::path path;
+};
+
+class Playback : public testing::Test
+{
+protected:
+	Playback();
+	~Playback() override;
+
+	/* Creates two objects on the list and registers them. */
+	void register_objects();
+
+	/* True when the playback ends within the three seconds that a stop may take. */
+	bool stops();
+
+	/* True when the playback has ended by itself. */
+	bool ends(double seconds = 10);
+
+	/* True when a frame has reached both records since the last call. */
+	bool frames_come(double seconds = 10);
+
+	/* The film, made when it is first asked for: 25 frames of 320 x 240, one second. */
+	static std::string film();
+
+	/* IsGSTStatePlaying and GetGSTimeStramp with other words. */
+	static bool is_up();
+	static int position();
+
+	Caught out{1}, err{2};
+	VideoGST_animationpara left = {}, right = {};
+
+private:
+	unsigned ids[2] = {ANIMATION_NO_OBJECT, ANIMATION_NO_OBJECT};
+	float corners[8] = {0, 576, 1152, 576, 0, 0, 1152, 0};
+	int ended = 0;
+};

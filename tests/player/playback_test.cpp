@@ -1,0 +1,143 @@
+#include <malloc.h>
+#include <thread>
+
+#include "playback.h"
+
+namespace
+{
+
+constexpr int kUnknownPosition = -140462611;
+
+constexpr char kDown1[] = "message thread-------------1\n";
+constexpr char kDown2[] = "message thread-------------2\n";
+constexpr char kExit[] = "thread exit\n";
+
+// Nothing answers there and nothing sends there.
+constexpr char kNobody[] = "127.0.7.2";
+
+TEST_F(Playback, RefusesWhatItCannotStart)
+{
+	const std::string a182(178, 'a');
+	struct {
+		std::string uri;
+		std::string out;
+		std::string err;
+	} const cases[] = {
+	    {"rtmp://127.0.0.1/application/live/x", "", ""},
+	    {"/" + a182 + ".mp4", "can not support this uri /aaa", ""},
+	    {a182 + ".mp4", "", "Unable to set the pipeline to the playing state.\n"},
+	    {"rtmp" + std::string(112, 'a'), "can not support this uri rtmpaaa", ""},
+	    {"127.000.000.01", "ERROR: can not support this uri 127.000.000.01\n", ""},
+	    {"x.mp4 (", "ERROR: can not support this uri x.mp4 (\n", ""},
+	};
+	EXPECT_EQ(StartGSTPlay(nullptr), -1);
+	EXPECT_EQ(out.text(), "");
+	for (const auto &[uri, said, warned] : cases) {
+		SCOPED_TRACE(uri);
+		out.clear();
+		err.clear();
+		ASSERT_EQ(StartGSTPlay(uri.c_str()), -1);
+		EXPECT_TRUE(out.has(said)) << out.text();
+		EXPECT_TRUE(err.has(warned)) << err.text();
+		EXPECT_FALSE(is_up());
+	}
+
+	out.clear();
+	StopGSTPlay();
+	EXPECT_EQ(out.text(), "StopGSTPlay-------------1\n");
+}
+
+TEST_F(Playback, RegistersOnlyVideoObjects)
+{
+	register_objects();
+	EXPECT_EQ(SetGSTPlayAnimationId(ANIMATION_NO_OBJECT, nullptr, ANIMATION_NO_OBJECT, nullptr), 0);
+	EXPECT_EQ(out.text(), "");
+	EXPECT_EQ(SetGSTPlayAnimationId(77, &left, 1, &right), -1);
+	EXPECT_EQ(SetGSTPlayAnimationId(0, &left, 77, &right), -1);
+	EXPECT_EQ(count(out.text(), "FATAL ERORR: animation type is wrong\n"), 2);
+}
+
+TEST_F(Playback, PlaysAFileToItsEnd)
+{
+	register_objects();
+	ASSERT_EQ(StartGSTPlay(film().c_str()), 0);
+	EXPECT_EQ(StartGSTPlay("127.0.0.1"), 1);
+	EXPECT_TRUE(frames_come());
+	EXPECT_TRUE(IsFirstFrameStart());
+	EXPECT_TRUE(is_up());
+	EXPECT_TRUE(wait_until([] { return position() > 100 && position() < 1100; }));
+	EXPECT_TRUE(ends());
+
+	EXPECT_TRUE(in_order(out.text(),
+	    {"start up: ", "build link: ", "Pipeline state changed from PAUSED to PLAYING:\n",
+	        "streamer eos\n", kDown1, kDown2, kExit}))
+	    << out.text();
+	EXPECT_FALSE(is_up());
+	EXPECT_TRUE(IsFirstFrameStart());
+	EXPECT_EQ(left.bufinfo, nullptr);
+	EXPECT_EQ(right.bufinfo, nullptr);
+	EXPECT_TRUE(wait_until([] { return StartGSTPlay(kNobody) == 0; }));
+
+	// The next playback knows nothing of the one before.
+	EXPECT_EQ(position(), kUnknownPosition);
+	EXPECT_FALSE(IsFirstFrameStart());
+	EXPECT_TRUE(stops());
+}
+
+TEST_F(Playback, StopsInTheMiddle)
+{
+	register_objects();
+	ASSERT_EQ(StartGSTPlay(film().c_str()), 0);
+	EXPECT_TRUE(frames_come());
+	EXPECT_TRUE(stops());
+	EXPECT_TRUE(in_order(out.text(), {"StopGSTPlay-------------1\n", kDown1, kDown2, kExit}));
+	EXPECT_TRUE(out.has("StopGSTPlay-------------2\n"));
+	EXPECT_FALSE(out.has("streamer eos"));
+	GSTplayControl(GST_PLAY); // nothing to play
+	EXPECT_FALSE(is_up());
+}
+
+TEST_F(Playback, StopsBeforeItHasAnything)
+{
+	// At once: the message thread has hardly begun.
+	ASSERT_EQ(StartGSTPlay(kNobody), 0);
+	EXPECT_TRUE(stops());
+	// And after a while of waiting for a first packet.
+	ASSERT_EQ(StartGSTPlay(kNobody), 0);
+	std::this_thread::sleep_for(std::chrono::milliseconds(200));
+	EXPECT_EQ(StartGSTPlay(kNobody), 1);
+	EXPECT_TRUE(stops());
+	EXPECT_EQ(count(err.text(), "Could not query"), 0);
+}
+
+TEST_F(Playback, GivesEverythingBack)
+{
+	const auto descriptors = [] { return count_entries("/proc/self/fd"); };
+	const auto threads = [] { return count_entries("/proc/self/task"); };
+	int first_descriptors = 0;
+	int first_threads = 0;
+	size_t first_memory = 0;
+	const std::string path = film();
+	for (int round = 0; round < 50; ++round) {
+		register_objects();
+		EXPECT_EQ(StartGSTPlay("/nowhere.mp4"), -1);
+		ASSERT_EQ(StartGSTPlay(path.c_str()), 0);
+		if (round % 3 == 1)
+			wait_until([] { return is_up(); });
+		if (round % 3 == 2)
+			frames_come();
+		ASSERT_TRUE(stops());
+		if (round == 19) {
+			first_descriptors = descriptors();
+			first_threads = threads();
+			first_memory = mallinfo2().uordblks;
+		}
+	}
+	// GStreamer's helper threads let go a moment after the player.
+	EXPECT_TRUE(wait_until([&] { return descriptors() <= first_descriptors; })) << descriptors();
+	EXPECT_TRUE(wait_until([&] { return threads() <= first_threads; })) << threads();
+	EXPECT_TRUE(wait_until([&] { return mallinfo2().uordblks < first_memory + 100'000; }))
+	    << mallinfo2().uordblks - first_memory << " bytes in 30 rounds";
+}
+
+} // namespace

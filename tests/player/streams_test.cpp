@@ -1,0 +1,190 @@
+/* Real sources: an RTMP server with and without a publisher, RTP packets. */
+#include <csignal>
+#include <fstream>
+#include <optional>
+#include <thread>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "playback.h"
+
+namespace
+{
+
+constexpr char kServer[] = "127.0.7.1";
+constexpr char kUri[] = "rtmp://127.0.7.1/live/x";
+constexpr char kListener[] = "127.0.7.3";
+constexpr int kForever = 100000;
+
+const std::string kAtServer = std::string(" location=") + kUri;
+const std::string kToListener = std::string(" host=") + kListener + " port=50008 sync=true";
+
+bool answers(const char *address, uint16_t port)
+{
+	sockaddr_in to = {};
+	to.sin_family = AF_INET;
+	to.sin_port = htons(port);
+	to.sin_addr.s_addr = inet_addr(address);
+	const int fd = socket(AF_INET, SOCK_STREAM, 0);
+	const bool connected = connect(fd, reinterpret_cast<sockaddr *>(&to), sizeof to) == 0;
+	close(fd);
+	return connected;
+}
+
+/* nginx as the helper script starts it. */
+class RtmpServer
+{
+public:
+	RtmpServer() : pid(fork())
+	{
+		if (pid == 0) {
+			prctl(PR_SET_PDEATHSIG, SIGKILL);
+			execl(STREAM_RTMP, STREAM_RTMP, "--server", folder.path.c_str(), "--address", kServer,
+			    nullptr);
+			_exit(127);
+		}
+		EXPECT_TRUE(wait_until([] { return answers(kServer, 1935); }));
+	}
+	~RtmpServer()
+	{
+		send(SIGKILL);
+		waitpid(pid, nullptr, 0);
+	}
+	RtmpServer(const RtmpServer &) = delete;
+	RtmpServer &operator=(const RtmpServer &) = delete;
+
+	void send(int signal) const
+	{
+		kill(pid, signal);
+	}
+
+private:
+	const Folder folder;
+	const pid_t pid;
+};
+
+class RtmpPlayback : public Playback
+{
+protected:
+	void SetUp() override
+	{
+		if (livetest(kServer) != 1)
+			GTEST_SKIP() << "no right to open raw sockets, so no URI of the probed form can play";
+		out.clear();
+		server.emplace();
+		register_objects();
+	}
+
+	/* The publisher has its connection before the player opens one, as from another process. */
+	void publish()
+	{
+		publisher.emplace(
+		    test_pattern(true, kForever) + "flvmux streamable=true ! rtmp2sink" + kAtServer);
+		std::this_thread::sleep_for(std::chrono::milliseconds(500));
+	}
+
+	std::optional<RtmpServer> server;
+	std::optional<Feed> publisher;
+};
+
+TEST_F(RtmpPlayback, WaitsForAPublisherAndStops)
+{
+	ASSERT_EQ(StartGSTPlay(kUri), 0);
+	EXPECT_TRUE(in_order(out.text(), {"host is live\n", "start up", "build link"}));
+	std::this_thread::sleep_for(std::chrono::seconds(1));
+	EXPECT_TRUE(is_up());
+	EXPECT_FALSE(IsFirstFrameStart());
+	EXPECT_TRUE(stops());
+}
+
+TEST_F(RtmpPlayback, PlaysOnceTheQueueIsFull)
+{
+	publish();
+	ASSERT_EQ(StartGSTPlay(kUri), 0);
+	EXPECT_TRUE(frames_come(20));
+	EXPECT_TRUE(wait_until([&] {
+		return in_order(
+		    out.text(), {"Buffering (100%)\n", "Done buffering, setting pipeline to PLAYING ...\n",
+		                    "Pipeline state changed from PAUSED to PLAYING:\n"});
+	}));
+	EXPECT_TRUE(wait_until([] { return position() > 0; }));
+	EXPECT_TRUE(stops());
+}
+
+TEST_F(RtmpPlayback, EndsWithItsServer)
+{
+	publish();
+	ASSERT_EQ(StartGSTPlay(kUri), 0);
+	EXPECT_TRUE(frames_come(20));
+	server.reset();
+	EXPECT_TRUE(ends());
+	EXPECT_TRUE(in_order(err.text(), {"ERROR from element ", "Debugging info: "}));
+	EXPECT_FALSE(out.has("streamer eos"));
+	EXPECT_FALSE(is_up());
+}
+
+TEST_F(RtmpPlayback, StopsWhileTheServerIsSilent)
+{
+	publish();
+	ASSERT_EQ(StartGSTPlay(kUri), 0);
+	EXPECT_TRUE(frames_come(20));
+	server->send(SIGSTOP);
+	std::this_thread::sleep_for(std::chrono::milliseconds(500));
+	EXPECT_TRUE(stops());
+	EXPECT_FALSE(is_up());
+	server->send(SIGCONT); // lets go of a source that had to be left behind
+}
+
+class RtpPlayback : public Playback
+{
+protected:
+	static std::string sender(const std::string &on_the_way = "")
+	{
+		return test_pattern(true, kForever) + "rtph264pay ! " + on_the_way + "udpsink" +
+		       kToListener;
+	}
+};
+
+TEST_F(RtpPlayback, PlaysWhatIsSentBeforeAndAfterItsStart)
+{
+	register_objects();
+	ASSERT_EQ(StartGSTPlay(kListener), 0);
+	{
+		const Feed sent(sender());
+		EXPECT_TRUE(frames_come());
+		EXPECT_TRUE(wait_until([] { return position() > 0; }));
+		EXPECT_EQ(StartGSTPlay(kListener), 1);
+
+		GSTplayControl(GST_PAUSE);
+		EXPECT_TRUE(out.waits_for("Pipeline state changed from PLAYING to PAUSED:\n"));
+		const int paused_at = position();
+		EXPECT_TRUE(is_up());
+		GSTplayControl(GST_PLAY); // a frame on the way may have ended the pause before
+		EXPECT_TRUE(frames_come());
+		EXPECT_TRUE(wait_until([&] { return position() > paused_at; }));
+
+		EXPECT_TRUE(stops());
+		register_objects();
+		ASSERT_EQ(StartGSTPlay(kListener), 0);
+		EXPECT_TRUE(frames_come());
+	}
+	EXPECT_TRUE(stops());
+}
+
+TEST_F(RtpPlayback, GoesOnOverLostPackets)
+{
+	register_objects();
+	const Feed sent(sender("identity drop-probability=0.2 ! "));
+	ASSERT_EQ(StartGSTPlay(kListener), 0);
+	for (int i = 0; i < 10; ++i)
+		EXPECT_TRUE(frames_come());
+	EXPECT_TRUE(is_up());
+	EXPECT_TRUE(stops());
+}
+
+} // namespace

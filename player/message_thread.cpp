@@ -12,24 +12,18 @@ namespace
 
 constexpr guint kPositionInterval = 30; /* milliseconds */
 
-// The queue is full, but the state change under way is not over: the step to PLAYING is decided
-// when it is. Only handlers of the loop touch it.
+/* The queue is full, but the state change under way is not over: the step to PLAYING is decided
+ * when it is. Only handlers of the loop touch it. */
 bool decision_pending;
-
-// A state that is not waited for: the loop must keep turning, or a stop would not be heard.
-GstStateChangeReturn state_now(GstElement *pipeline, GstState &cur)
-{
-	cur = GST_STATE_NULL;
-	return gst_element_get_state(pipeline, &cur, nullptr, 0);
-}
 
 void decide_after_buffering(CustomData &player)
 {
 	if (!decision_pending)
 		return;
 	ElementRef pipeline = ref_pipeline(player);
-	GstState cur;
-	if (!pipeline || state_now(pipeline.get(), cur) == GST_STATE_CHANGE_ASYNC)
+	/* Not waited for: the loop must keep turning, or a stop would not be heard. */
+	const GstState cur = pipeline ? settled_state(pipeline.get(), 0) : GST_STATE_VOID_PENDING;
+	if (cur == GST_STATE_VOID_PENDING)
 		return;
 
 	decision_pending = false;
@@ -117,7 +111,7 @@ gboolean bus_message(GstBus *, GstMessage *message, gpointer app)
 	return TRUE;
 }
 
-// Asks the element "parse", which the pipeline keeps alive.
+/* Asks the element "parse", which the pipeline keeps alive. */
 void read_position(CustomData &player, GstElement *parse)
 {
 	gint64 position = __atomic_load_n(&player.timestramp, __ATOMIC_RELAXED);
@@ -138,18 +132,18 @@ gboolean time_handler(gpointer user)
 		if (!pipeline)
 			return FALSE;
 		if (ending == Ending::kAsked)
-			quit_loop(); // asked before the loop ran
+			quit_loop(); /* asked before the loop ran */
 	}
 
 	decide_after_buffering(player);
-	GstState cur;
-	state_now(pipeline.get(), cur);
+	GstState cur = GST_STATE_NULL;
+	gst_element_get_state(pipeline.get(), &cur, nullptr, 0);
 	if (cur == GST_STATE_PLAYING)
 		read_position(player, parse);
 	return TRUE;
 }
 
-// The records are touched here for the last time.
+/* The records are touched here for the last time. */
 void end_registration(CustomData &player)
 {
 	for (void **slot : {&player.para1, &player.para2}) {
@@ -166,7 +160,6 @@ void end_registration(CustomData &player)
 
 void open_loop()
 {
-	decision_pending = false;
 	ListLock lock;
 	loop = g_main_loop_new(nullptr, TRUE);
 }
@@ -179,11 +172,13 @@ void close_loop()
 	loop = nullptr;
 }
 
-} // namespace
+} /* namespace */
 
 void quit_loop()
 {
 	ListLock lock;
+	if (ending == Ending::kNone)
+		ending = Ending::kAsked;
 	if (loop)
 		g_main_loop_quit(loop);
 }
@@ -191,6 +186,7 @@ void quit_loop()
 void *message_thread(void *arg)
 {
 	auto *app = static_cast<CustomData *>(arg);
+	decision_pending = false; /* before a handler can run, be it in the application's own loop */
 	GstBus *bus = gst_element_get_bus(app->pipeline);
 	const guint bus_watch_id = gst_bus_add_watch(bus, bus_message, app);
 	gst_object_unref(bus);
@@ -203,14 +199,16 @@ void *message_thread(void *arg)
 	g_print("message thread-------------1\n");
 	bring_down(*app);
 	g_print("message thread-------------2\n");
+	Pipeline taken;
 	{
-		// In one hold: where the application's own loop runs our timer, that must not find the
-		// pipeline gone and end itself before it is removed.
+		/* In one hold: where the application's own loop runs our timer, that must not find the
+		 * pipeline gone and end itself before it is removed. */
 		ListLock lock;
-		release_pipeline(*app);
+		taken = take_pipeline(*app);
 		g_source_remove(timer);
 		g_source_remove(bus_watch_id);
 	}
+	release_pipeline(taken);
 	{
 		ListLock lock;
 		end_registration(*app);

@@ -1,4 +1,5 @@
 /* The pipeline as several threads hold it: references, state changes, the way down. */
+#include <algorithm>
 #include <utility>
 
 #include <animation/list_lock.h>
@@ -9,25 +10,78 @@ namespace
 
 constexpr guint64 kBringDownLimit = 2 * G_USEC_PER_SEC;
 
-void go_to_null(GstElement *pipeline, gpointer done)
+struct UnrefQueue {
+	void operator()(GAsyncQueue *queue) const
+	{
+		g_async_queue_unref(queue);
+	}
+};
+
+using Queue = std::unique_ptr<GAsyncQueue, UnrefQueue>;
+
+/* A state change on a thread of its own, which outlives a caller that lost its patience. */
+struct StateChange {
+	ElementRef pipeline;
+	GstState state;
+	Queue done;
+};
+
+void *change_on_thread(void *arg)
 {
-	gst_element_set_state(pipeline, GST_STATE_NULL);
-	if (done)
-		g_async_queue_push(static_cast<GAsyncQueue *>(done), pipeline);
+	const std::unique_ptr<StateChange> change(static_cast<StateChange *>(arg));
+	const GstStateChangeReturn result =
+	    gst_element_set_state(change->pipeline.get(), change->state);
+	g_async_queue_push(change->done.get(), GINT_TO_POINTER(result + 1)); /* NULL is no answer */
+	return nullptr;
 }
 
-void unref_queue(gpointer queue)
+/* The calls of the elements come on a thread that nobody joins. */
+bool start_detached(void *(*body)(void *), void *arg)
 {
-	g_async_queue_unref(static_cast<GAsyncQueue *>(queue));
+	pthread_t thread;
+	if (pthread_create(&thread, nullptr, body, arg) != 0)
+		return false;
+	pthread_detach(thread);
+	return true;
 }
 
-void give_back(GstElement *&element)
+void give_back(GstElement *element)
 {
-	if (GstElement *last = std::exchange(element, nullptr))
-		gst_object_unref(last);
+	if (element)
+		gst_object_unref(element);
 }
 
-} // namespace
+} /* namespace */
+
+StateChangeResult change_state_within(GstElement *pipeline, GstState state, guint64 limit)
+{
+	const Queue done(g_async_queue_new());
+	std::unique_ptr<StateChange> change(new StateChange{
+	    ElementRef(GST_ELEMENT(gst_object_ref(pipeline))),
+	    state,
+	    Queue(g_async_queue_ref(done.get())),
+	});
+	if (!start_detached(change_on_thread, change.get()))
+		return {true, gst_element_set_state(pipeline, state)};
+	change.release();
+	gpointer answer = g_async_queue_timeout_pop(done.get(), limit);
+	if (!answer)
+		return {false, GST_STATE_CHANGE_FAILURE};
+	return {true, static_cast<GstStateChangeReturn>(GPOINTER_TO_INT(answer) - 1)};
+}
+
+GstState settled_state(GstElement *pipeline, GstClockTime limit)
+{
+	const gint64 deadline = g_get_monotonic_time() + static_cast<gint64>(limit / GST_USECOND);
+	GstState cur = GST_STATE_NULL;
+	GstStateChangeReturn result;
+	gint64 left;
+	do {
+		left = std::max<gint64>(deadline - g_get_monotonic_time(), 0);
+		result = gst_element_get_state(pipeline, &cur, nullptr, left * GST_USECOND);
+	} while (left > 0 && (result == GST_STATE_CHANGE_ASYNC || cur == GST_STATE_VOID_PENDING));
+	return result == GST_STATE_CHANGE_ASYNC ? GST_STATE_VOID_PENDING : cur;
+}
 
 ElementRef ref_pipeline(const CustomData &player)
 {
@@ -48,10 +102,10 @@ void set_pipeline_state(const CustomData &player, GstState state)
 		return;
 	gst_element_set_state(pipeline.get(), state);
 
-	// The way down may have passed us: a pipeline that we woke again nobody else would stop. It is
-	// left to another thread, since ours is the application's and going down may take long.
+	/* The way down may have passed us: a pipeline that we woke again nobody else would stop. Ours
+	 * may be the application's thread, and going down may take long. */
 	if (is_over(pipeline.get()))
-		gst_element_call_async(pipeline.get(), go_to_null, nullptr, nullptr);
+		change_state_within(pipeline.get(), GST_STATE_NULL, 0);
 }
 
 void bring_down(const CustomData &player)
@@ -62,19 +116,28 @@ void bring_down(const CustomData &player)
 
 	end_reading(pipeline.get());
 
-	// A source may still not let go. The appsink is down long before, since a state change goes
-	// from the sink to the source.
-	GAsyncQueue *done = g_async_queue_new();
-	gst_element_call_async(pipeline.get(), go_to_null, g_async_queue_ref(done), unref_queue);
-	if (!g_async_queue_timeout_pop(done, kBringDownLimit))
+	/* A source may still not let go. The appsink is down long before, since a state change goes
+	 * from the sink to the source. */
+	if (!change_state_within(pipeline.get(), GST_STATE_NULL, kBringDownLimit).is_over)
 		g_printerr("Pipeline still waits for its source, left to stop by itself.\n");
-	g_async_queue_unref(done);
 }
 
-void release_pipeline(CustomData &player)
+Pipeline take_pipeline(CustomData &player)
 {
 	ListLock lock;
-	give_back(player.parse);
-	give_back(player.grabber);
-	give_back(player.pipeline);
+	return {
+	    std::exchange(player.pipeline, nullptr),
+	    std::exchange(player.parse, nullptr),
+	    std::exchange(player.grabber, nullptr),
+	};
+}
+
+void release_pipeline(const Pipeline &taken)
+{
+	/* One that has been left to stop by itself must not feed the next playback. */
+	if (taken.grabber)
+		g_signal_handlers_disconnect_by_data(taken.grabber, &data);
+	give_back(taken.parse);
+	give_back(taken.grabber);
+	give_back(taken.pipeline);
 }

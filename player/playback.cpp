@@ -31,6 +31,9 @@ namespace
 
 constexpr int kDescriptionSize = 256;
 
+/* rtmpsrc connects while it changes its state, and a server may accept and say nothing. */
+constexpr guint64 kStartLimit = 10 * G_USEC_PER_SEC;
+
 constexpr char kFileDescription[] = "filesrc location=%s ! qtdemux ! decodebin name=parse"
                                     " ! appsink name=grabber";
 
@@ -51,8 +54,8 @@ struct Source {
 	GstState first_state;
 };
 
-// The two words are looked for separately, so that a file below a folder named "rtmp" waits for
-// buffering that it never reports.
+/* The two words are looked for separately, so that a file below a folder named "rtmp" waits for
+ * buffering that it never reports. */
 Source source_of(const char *uri)
 {
 	const bool file = strstr(uri, ".mp4");
@@ -73,7 +76,7 @@ void prepare_gstreamer()
 	gst_debug_set_default_threshold(GST_LEVEL_WARNING);
 }
 
-// The registration stays: it may have been made before the start.
+/* The registration stays: it may have been made before the start. */
 void reset_player()
 {
 	ListLock lock;
@@ -85,10 +88,9 @@ void reset_player()
 	__atomic_store_n(&data.timestramp, GST_CLOCK_TIME_NONE, __ATOMIC_RELAXED);
 	__atomic_store_n(&data.is_buffering, FALSE, __ATOMIC_RELAXED);
 	__atomic_store_n(&data.is_first_frame, FALSE, __ATOMIC_RELAXED);
-	ending = Ending::kNone;
 }
 
-// The pipeline of a start that failed, in whatever state it is: it must not be freed above NULL.
+/* The pipeline of a start that failed, in whatever state it is: it must not be freed above NULL. */
 void abandon_pipeline()
 {
 	{
@@ -96,7 +98,9 @@ void abandon_pipeline()
 		ending = Ending::kBegun;
 	}
 	bring_down(data);
-	release_pipeline(data);
+	release_pipeline(take_pipeline(data));
+	ListLock lock;
+	data.terminate = TRUE;
 }
 
 bool build_pipeline(const Source &source, const char *uri)
@@ -109,18 +113,23 @@ bool build_pipeline(const Source &source, const char *uri)
 		return false;
 	}
 
-	ListLock lock;
-	data.pipeline = pipeline;
-	data.parse = gst_bin_get_by_name(GST_BIN(pipeline), "parse");
-	data.grabber = gst_bin_get_by_name(GST_BIN(pipeline), "grabber");
-	if (!data.parse || !data.grabber) {
+	/* Of a description of which only one element exists, that element is all there is. */
+	GstBin *bin = GST_IS_BIN(pipeline) ? GST_BIN(pipeline) : nullptr;
+	GstElement *parse = bin ? gst_bin_get_by_name(bin, "parse") : nullptr;
+	GstElement *grabber = bin ? gst_bin_get_by_name(bin, "grabber") : nullptr;
+	{
+		ListLock lock;
+		data.pipeline = pipeline;
+		data.parse = parse;
+		data.grabber = grabber;
+	}
+	if (!parse || !grabber) {
 		g_printerr("Not all elements could be created.\n");
 		return false;
 	}
-
-	gst_app_sink_set_emit_signals(GST_APP_SINK(data.grabber), TRUE);
+	gst_app_sink_set_emit_signals(GST_APP_SINK(grabber), TRUE);
 	g_signal_connect_data(
-	    data.grabber, "new-sample", G_CALLBACK(pad_new_sample), &data, nullptr, GConnectFlags(0));
+	    grabber, "new-sample", G_CALLBACK(pad_new_sample), &data, nullptr, GConnectFlags(0));
 	return true;
 }
 
@@ -129,7 +138,9 @@ bool start_pipeline(const Source &source)
 	const bool connects = source.description == kRtmpDescription;
 	const Connections before = connects ? open_connections() : Connections();
 	__atomic_store_n(&data.is_buffering, source.is_buffering, __ATOMIC_RELAXED);
-	if (gst_element_set_state(data.pipeline, source.first_state) == GST_STATE_CHANGE_FAILURE) {
+	const StateChangeResult change =
+	    change_state_within(data.pipeline, source.first_state, kStartLimit);
+	if (change.result == GST_STATE_CHANGE_FAILURE) {
 		g_printerr("Unable to set the pipeline to the playing state.\n");
 		return false;
 	}
@@ -139,15 +150,17 @@ bool start_pipeline(const Source &source)
 	return true;
 }
 
-void set_terminate(gboolean terminate)
+/* From here on there is a playback, which can be asked to end. */
+void begin_playback()
 {
 	ListLock lock;
-	data.terminate = terminate;
+	data.terminate = FALSE;
+	ending = Ending::kNone;
 }
 
 bool start_message_thread()
 {
-	set_terminate(FALSE);
+	begin_playback();
 	if (pthread_create(&data.thread, nullptr, message_thread, &data) != 0) {
 		g_printerr("create message process thread failure.\n");
 		return false;
@@ -164,7 +177,7 @@ bool is_video_or_none(unsigned int id)
 	return false;
 }
 
-} // namespace
+} /* namespace */
 
 void print_time(const char *time_type)
 {
@@ -193,7 +206,6 @@ int StartGSTPlay(const char *uri)
 		return 0;
 
 	abandon_pipeline();
-	set_terminate(TRUE);
 	return -1;
 }
 
@@ -217,8 +229,6 @@ void StopGSTPlay(void)
 		ListLock lock;
 		if (data.terminate)
 			return;
-		if (ending == Ending::kNone)
-			ending = Ending::kAsked;
 		quit_loop();
 	}
 	g_print("StopGSTPlay-------------2\n");

@@ -7,8 +7,8 @@
  *   1. create the objects
  *   2. SetGSTPlayAnimationId and StartGSTPlay, in either order
  *   3. IsFirstFrameStart, IsGSTStatePlaying, GetGSTimeStramp, GSTplayControl, as often as wanted
- *   4. StopGSTPlay, and wait until IsGSTStatePlaying answers FALSE and StartGSTPlay no longer
- *      answers 1, before the records are freed or DeInit is called
+ *   4. StopGSTPlay, and wait until StartGSTPlay(NULL), which starts nothing, answers -1 and no
+ *      longer 1, before the records are freed or DeInit is called
  *
  * What it does not do: it has no seek, no volume and no sound, restarts nothing by itself and
  * reports errors only as text.
@@ -43,53 +43,61 @@ typedef struct CustomData CustomData;
 /*
  * Starts a playback. The source is chosen by what the URI contains: ".mp4", a local file; else
  * "rtmp", an RTMP stream; else the URI is the address to listen on for RTP/H.264, UDP port 50008.
- * An RTMP URI of the form rtmp://HOST/live... is probed first with one ICMP echo request, for up
- * to one second; HOST must be a dotted-quad address, and the process needs the right to open raw
- * sockets.
+ * (A URI with both words is a local file that waits for buffering, and stays paused.) An RTMP URI
+ * of the form rtmp://HOST/live... is probed first with one ICMP echo request, for up to one second;
+ * HOST must be a dotted-quad address, and the process needs the right to open raw sockets. A server
+ * that accepts and says nothing is waited for for ten seconds.
  *
- * 0: started. 1: a playback is in progress, or its end is still under way; nothing changes.
- * -1: failed, with a report; everything taken is given back. A file name of more than 182
- * characters, an RTMP URI of more than 115 and an address of more than 13 are refused so.
+ * 0: started; errors from here on are only printed, a missing decoder among them. 1: a playback is
+ * in progress, or its end is still under way; nothing changes. -1: failed, with a report unless uri
+ * is NULL or its host has more than 19 characters; everything taken is given back. A file name of
+ * more than 182 characters, an RTMP URI of more than 115 and an address of more than 13 are
+ * refused.
  */
 int StartGSTPlay(const char *uri);
 
 /*
- * Registers the objects that show the frames, and the records they were created from. An id of
+ * Registers the objects that show the frames, and the record each was created from. An id of
  * ANIMATION_NO_OBJECT or a NULL record leaves its slot empty. The records stay the caller's and
  * must live until the playback has ended; until then their bufinfo and update are the player's,
- * to be touched only under g_mutex. A registration ends with the playback.
+ * to be touched only under g_mutex. bufinfo must be NULL or a block from malloc: it is written, and
+ * freed at the end. A registration ends with the playback; one that another replaces before leaves
+ * its bufinfo to the caller, to be freed.
  *
  * 0, or -1 with a report if an id is not that of an ANI_VIDEO_GST object: the earlier registration
  * then stays.
  */
 int SetGSTPlayAnimationId(unsigned int id1, void *para1, unsigned int id2, void *para2);
 
-/* Asks the playback to end and returns at once; it ends within three seconds. The picture stays
- * until its object is removed. */
+/* Asks the playback to end and returns at once; it ends within three seconds. A source that still
+ * waits for its server is left to stop by itself, with a report. The picture stays until its object
+ * is removed. While StartGSTPlay has not returned there is no playback to end. */
 void StopGSTPlay(void);
 
 /* Pauses or resumes. A pause ends by itself as soon as the sink has got its next frame: for a file
  * after about a millisecond, for a live source if a frame was on its way, else only by GST_PLAY or
- * the end. Without a playback nothing happens. */
+ * the end. Without a playback nothing happens. Waits for a state change under way. */
 void GSTplayControl(GSTControl order);
 
-/* TRUE once a frame has come in this playback, and after it until the next start. */
+/* TRUE once a frame has come in this playback, and after it until the next start. It need not have
+ * reached an object. */
 gboolean IsFirstFrameStart(void);
 
 /* TRUE while a pipeline is up, paused or playing. May wait up to one second for a state change. */
 gboolean IsGSTStatePlaying(void);
 
-/* The position in the stream in milliseconds, of at most 30 ms ago; -140462611 before the first
- * one is known. */
+/* The position in the stream in milliseconds: while it plays, of at most 30 ms ago, else the last
+ * one. -140462611 while none is known. */
 int GetGSTimeStramp(void);
 
 /* ---- The probe: any thread, no state --------------------------------------------------------- */
 
-/* 0 if the URI needs no probe or its host answered, else -1: also, at once, for a host part of more
- * than 19 characters. */
+/* 0 if the URI (never NULL) needs no probe or its host answered, else -1: also, at once, for a host
+ * part of more than 19 characters. */
 int check_server(const char *uri);
 
-/* 1 if anything answered one ICMP echo request to a dotted-quad address within a second, else 0. */
+/* Sends one ICMP echo request to a dotted-quad address. 1 if any ICMP packet came within a second,
+ * else 0, also without the right to open raw sockets; reports either. */
 int livetest(const char *ip);
 
 /* Internet checksum (RFC 1071) of len bytes. */
@@ -98,14 +106,14 @@ unsigned short cal_chksum(const unsigned short *addr, int len);
 /* ---- Steps of a playback ----------------------------------------------------------------------
  */
 
-/* 1 from the start of a playback to its first frame. */
+/* 1 until the first frame of a playback has come. Not to be written. */
 extern int first_frame;
 
 /* "new-sample" of the appsink, on a streaming thread: hands the frame's descriptor to the
  * registered objects. Always GST_FLOW_OK. */
 GstFlowReturn pad_new_sample(GstElement *sink, CustomData *dataplayer);
 
-/* Body of the playback's thread. */
+/* Body of the playback's thread, with the player's state as arg. Not to be called. */
 void *message_thread(void *arg);
 
 /* Timer function for an application that polls the buffering itself; user is the pipeline. At 100

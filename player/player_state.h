@@ -9,8 +9,9 @@
 
 #include <player/player.h>
 
-/* The one player of the process. g_mutex guards pipeline, parse, grabber, terminate, the ids and
- * the records; timestramp and the two flags below it are read and written as atomics. */
+/* The one player of the process. All but the last three are written under g_mutex; the thread that
+ * starts a playback and the message thread read what is theirs without it. timestramp and the two
+ * flags below it are read and written as atomics. */
 struct CustomData {
 	GstElement *pipeline; /* NULL when there is none */
 	GstElement *parse;    /* element "parse", which answers position queries; a reference */
@@ -31,8 +32,8 @@ extern CustomData data;
 /* How far the end of a playback has come. Guarded by g_mutex. */
 enum class Ending {
 	kNone,  /* playing */
-	kAsked, /* StopGSTPlay was called, perhaps before the loop could hear of it */
-	kBegun, /* the pipeline is on its way down, or there is none */
+	kAsked, /* an end, an error or StopGSTPlay, perhaps before the loop could hear of it */
+	kBegun, /* the pipeline is on its way down or not yet up, or there is none */
 };
 
 extern Ending ending;
@@ -40,7 +41,7 @@ extern Ending ending;
 /* The message thread's loop; NULL except while it holds one. Guarded by g_mutex. */
 extern GMainLoop *loop;
 
-/* Quits the message thread's loop, if there is one. */
+/* Quits the message thread's loop; one that does not run yet will hear of it. */
 void quit_loop();
 
 /* Prints a label with the time of day. */
@@ -64,12 +65,32 @@ ElementRef ref_pipeline(const CustomData &player);
 /* Asks for a state; nothing happens once the pipeline is on its way down. */
 void set_pipeline_state(const CustomData &player, GstState state);
 
-/* Takes the pipeline to GST_STATE_NULL, in at most two seconds: one that needs longer goes on by
- * itself, and is reported. */
+struct StateChangeResult {
+	bool is_over; /* false: still under way on a thread of its own, which ends with it */
+	GstStateChangeReturn result;
+};
+
+/* A state change that is waited for for so many microseconds: a source may keep it waiting for
+ * minutes. */
+StateChangeResult change_state_within(GstElement *pipeline, GstState state, guint64 limit);
+
+/* The state once no change is under way; GST_STATE_VOID_PENDING if there is still one at the limit.
+ * A change that somebody else begins in the meantime is waited for as well. */
+GstState settled_state(GstElement *pipeline, GstClockTime limit);
+
+/* Takes the pipeline to GST_STATE_NULL, in at most two and a half seconds: one that needs longer
+ * goes on by itself, and is reported. */
 void bring_down(const CustomData &player);
 
-/* Gives back the pipeline and the references into it. */
-void release_pipeline(CustomData &player);
+/* The pipeline and the references into it, taken away from the player. Freeing the elements takes
+ * its time: not under g_mutex. */
+struct Pipeline {
+	GstElement *pipeline;
+	GstElement *parse;
+	GstElement *grabber;
+};
+Pipeline take_pipeline(CustomData &player);
+void release_pipeline(const Pipeline &taken);
 
 /* ---- The connection of rtmpsrc ----------------------------------------------------------------
  */

@@ -18,7 +18,7 @@ using Query = std::unique_ptr<GstQuery, UnrefQuery>;
 
 constexpr GstClockTime kStateWait = GST_SECOND;
 
-// Milliseconds from the position to the end, or 0 if either is unknown.
+/* Milliseconds from the position to the end, or 0 if either is unknown. */
 guint64 play_left(GstElement *pipeline)
 {
 	gint64 position = -1;
@@ -40,18 +40,21 @@ int log_buffering(GstElement *pipeline, GstQuery *query)
 	if (estimated_total == -1)
 		estimated_total = 0;
 	g_log(nullptr, G_LOG_LEVEL_MESSAGE,
-	    "play_left %" G_GUINT64_FORMAT ", estimated_total %" G_GINT64_FORMAT ", percent %d",
-	    play_left(pipeline), estimated_total, percent);
+	    "play_left %" G_GUINT64_FORMAT ", estimated_total %" G_GUINT64_FORMAT ", percent %d",
+	    play_left(pipeline), static_cast<guint64>(estimated_total), percent);
 	return percent;
 }
 
-} // namespace
+} /* namespace */
 
 gboolean IsGSTStatePlaying(void)
 {
-	GstState cur = GST_STATE_NULL;
-	if (ElementRef pipeline = ref_pipeline(data))
-		gst_element_get_state(pipeline.get(), &cur, nullptr, kStateWait);
+	ElementRef pipeline = ref_pipeline(data);
+	if (!pipeline)
+		return FALSE;
+	GstState cur = settled_state(pipeline.get(), kStateWait);
+	if (cur == GST_STATE_VOID_PENDING) /* still changing: the state that it comes from counts */
+		gst_element_get_state(pipeline.get(), &cur, nullptr, 0);
 	return cur == GST_STATE_READY || cur == GST_STATE_PAUSED || cur == GST_STATE_PLAYING;
 }
 
@@ -73,9 +76,9 @@ gboolean buffer_timeout(gpointer user)
 	if (is_buffering)
 		return TRUE;
 
-	GstState cur = GST_STATE_NULL;
-	if (gst_element_get_state(pipeline, &cur, nullptr, kStateWait) == GST_STATE_CHANGE_ASYNC)
-		return TRUE; // not settled yet: look again at the next tick
+	const GstState cur = settled_state(pipeline, kStateWait);
+	if (cur == GST_STATE_VOID_PENDING)
+		return TRUE; /* look again at the next tick */
 	if (cur == GST_STATE_PAUSED)
 		gst_element_set_state(pipeline, GST_STATE_PLAYING);
 	else if (cur == GST_STATE_READY)

@@ -24,7 +24,7 @@ struct UnrefSample {
 
 using Sample = std::unique_ptr<GstSample, UnrefSample>;
 
-// The first structure of the caps; NULL where there is none, without a word for empty caps.
+/* The first structure of the caps; NULL where there is none, without a word for empty caps. */
 const GstStructure *format_of(GstSample *sample)
 {
 	GstCaps *caps = gst_sample_get_caps(sample);
@@ -96,13 +96,13 @@ void feed(unsigned int id, void *registered, const BufferInfoGST &binfo)
 	*para->bufinfo = binfo;
 	para->update = UPD_ALL;
 
-	// The object may have gone, and its id may by now name one of another type.
+	/* The object may have gone, and its id may by now name one of another type. */
 	if (IsAnimationObjType(id, ANI_VIDEO_GST))
 		UpdateAnimationObj(id, para);
 }
 
-// The render thread keeps the mutex for whole frames. Waiting for it here would stall the decoder,
-// so a frame that comes at such a time is lost.
+/* The render thread keeps the mutex for whole frames. Waiting for it here would stall the decoder,
+ * so a frame that comes at such a time is lost. */
 void deliver(CustomData &player, const BufferInfoGST &binfo)
 {
 	if (pthread_mutex_trylock(&g_mutex) != 0) {
@@ -114,7 +114,7 @@ void deliver(CustomData &player, const BufferInfoGST &binfo)
 	pthread_mutex_unlock(&g_mutex);
 }
 
-} // namespace
+} /* namespace */
 
 GstFlowReturn pad_new_sample(GstElement *sink, CustomData *dataplayer)
 {

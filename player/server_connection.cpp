@@ -61,7 +61,7 @@ bool has_running_source(GstElement *pipeline)
 	return running;
 }
 
-// Only the reading half: rtmpsrc takes its leave of the server in writing.
+/* Only the reading half: rtmpsrc takes its leave of the server in writing. */
 void hang_up(const Connections &fresh)
 {
 	for (int fd = 0; fd < int(fresh.size()); ++fd) {
@@ -72,7 +72,7 @@ void hang_up(const Connections &fresh)
 	}
 }
 
-} // namespace
+} /* namespace */
 
 Connections open_connections()
 {
@@ -86,7 +86,7 @@ Connections open_connections()
 void remember_connection(const Connections &before)
 {
 	connection = {};
-	// With a second one, of another thread of the application, none is safe to touch.
+	/* With a second one, of another thread of the application, none is safe to touch. */
 	const Connections fresh = open_connections() & ~before;
 	for (int fd = 0; fresh.count() == 1 && fd < int(fresh.size()); ++fd)
 		if (fresh[fd] && is_connected(fd, connection.peer)) {

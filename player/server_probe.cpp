@@ -92,7 +92,7 @@ void send_echo_request(int sockfd, const char *ip)
 		perror("sendto error");
 }
 
-// Without a descriptor that a set can hold, the second passes all the same.
+/* Without a descriptor that a set can hold, the second passes all the same. */
 bool wait_for_answer(int sockfd)
 {
 	const bool in_range = sockfd >= 0 && sockfd < FD_SETSIZE;
@@ -114,7 +114,7 @@ bool wait_for_answer(int sockfd)
 	return false;
 }
 
-} // namespace
+} /* namespace */
 
 int check_server(const char *uri)
 {
@@ -133,7 +133,7 @@ int check_server(const char *uri)
 	return livetest(ip) == 1 ? 0 : -1;
 }
 
-// The answer is not read: that anything came is enough.
+/* The answer is not read: that anything came is enough. */
 int livetest(const char *ip)
 {
 	const Socket sock(icmp_protocol());

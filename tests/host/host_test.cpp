@@ -1,120 +1,33 @@
+#include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
-#include <thread>
+#include <utility>
 #include <vector>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <png.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-using namespace std::chrono_literals;
+#include "picture_files.h"
 
 namespace
 {
 
-struct Ended {
-	int status; /* as a shell tells it */
-	std::string output;
-	std::string errors;
-};
+const std::string kHost = " " HOST_PROGRAM " ";
+const std::string kProgram = "-- " SHM_PROGRAM " "; /* PICTURES END */
 
-std::string read_all(int fd)
+/* As a shell tells it. */
+int exit_status(int status)
 {
-	std::string all;
-	char part[4096];
-	ssize_t length;
-	while ((length = read(fd, part, sizeof(part))) > 0)
-		all.append(part, static_cast<std::size_t>(length));
-	return all;
-}
-
-[[noreturn]] void execute_host(std::vector<std::string> arguments)
-{
-	arguments.insert(arguments.begin(), HOST_PROGRAM);
-	std::vector<char *> argv;
-	for (std::string &argument : arguments)
-		argv.push_back(argument.data());
-	argv.push_back(nullptr);
-	execv(argv[0], argv.data());
-	_exit(99);
-}
-
-int status_of(pid_t process)
-{
-	int status = 0;
-	waitpid(process, &status, 0);
 	return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
-
-struct HostTest : testing::Test {
-	std::filesystem::path folder;
-	pid_t host = -1;
-	FILE *output = nullptr;
-
-	void SetUp() override
-	{
-		std::string name = testing::TempDir() + "host-XXXXXX";
-		ASSERT_TRUE(mkdtemp(name.data()));
-		folder = name;
-		setenv("TMPDIR", name.c_str(), 1); /* for what a killed host leaves behind */
-	}
-	void TearDown() override
-	{
-		if (output)
-			fclose(output);
-		unsetenv("TMPDIR");
-		std::filesystem::remove_all(folder);
-	}
-
-	/* The standard error goes to a file, the standard output to a pipe. */
-	void start(const std::vector<std::string> &arguments)
-	{
-		int ends[2];
-		ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-		host = fork();
-		if (host == 0) {
-			const int errors = open((folder / "errors").c_str(), O_CREAT | O_RDWR | O_TRUNC, 0600);
-			dup2(ends[1], STDOUT_FILENO);
-			dup2(errors, STDERR_FILENO);
-			execute_host(arguments);
-		}
-		close(ends[1]);
-		output = fdopen(ends[0], "r");
-	}
-
-	/* The program's process, once it has painted what it was told to. */
-	pid_t await_painted()
-	{
-		int process = 0;
-		EXPECT_EQ(fscanf(output, "painted, process %d", &process), 1);
-		return process;
-	}
-
-	Ended await_end()
-	{
-		Ended ended = {.output = read_all(fileno(output))};
-		ended.status = status_of(host);
-		const int errors = open((folder / "errors").c_str(), O_RDONLY | O_CLOEXEC);
-		ended.errors = read_all(errors);
-		close(errors);
-		fclose(std::exchange(output, nullptr));
-		return ended;
-	}
-
-	Ended run(const std::vector<std::string> &arguments)
-	{
-		start(arguments);
-		return await_end();
-	}
-};
 
 bool is_running(pid_t process)
 {
@@ -123,149 +36,163 @@ bool is_running(pid_t process)
 	return status >> number >> name >> state && state != "Z"; /* nobody may be there to reap it */
 }
 
-/* Of the first pixel; -1 if there is no such picture. */
-int grey_of(const std::string &path)
-{
-	png_image image = {.version = PNG_IMAGE_VERSION};
-	if (!png_image_begin_read_from_file(&image, path.c_str()))
-		return -1;
-	image.format = PNG_FORMAT_GRAY;
-	std::vector<unsigned char> pixels(PNG_IMAGE_SIZE(image));
-	if (!png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr))
-		return -1;
-	return pixels[0];
-}
+struct HostTest : testing::Test {
+	TempFolder temp;
+	const std::string folder = temp.path;
+	FILE *output = nullptr;
+	pid_t host = -1, program = -1; /* known once it has painted */
+
+	void start(const std::string &arguments)
+	{
+		/* The folder takes what a killed host leaves behind; the others stay out. */
+		const std::string command =
+		    "exec env WAYLAND_SOCKET=77 GALLIUM_DRIVER=softpipe TMPDIR=" + folder + kHost +
+		    arguments + " 2>" + folder + "/errors";
+		output = popen(command.c_str(), "re");
+		ASSERT_TRUE(output);
+	}
+	void await_painted()
+	{
+		ASSERT_EQ(fscanf(output, "painted, process %d of %d", &program, &host), 2);
+	}
+	int await_end()
+	{
+		while (getc(output) != EOF)
+			;
+		return exit_status(pclose(output));
+	}
+	int run(const std::string &arguments)
+	{
+		start(arguments);
+		return await_end();
+	}
+	std::string errors() const
+	{
+		std::ifstream file(folder + "/errors");
+		return std::string(std::istreambuf_iterator(file), {});
+	}
+};
 
 TEST_F(HostTest, PassesTheExitStatusOn)
 {
-	const struct {
-		std::vector<std::string> arguments;
-		int status;
-	} cases[] = {
-	    {{"--", SHM_PROGRAM, "3", "0"}, 0},
-	    {{"--", SHM_PROGRAM, "3", "5"}, 5},
-	    {{"--frames", "100", "--", SHM_PROGRAM, "3", "5"}, 5},
-	    {{"--", SHM_PROGRAM, "0", "abort"}, 128 + SIGABRT},
-	    {{"--", "sh", "-c", "kill -KILL $$"}, 128 + SIGKILL},
-	    {{"--", "/no/such/program"}, 127},
-	    {{"--", "/dev/null"}, 126},
-	    {{}, 2},
-	    {{"--"}, 2},
-	    {{"--frames", "3"}, 2},
-	    {{"--frames", "0", "--", "true"}, 2},
-	    {{"--unknown", "--", "true"}, 2},
-	    {{"true"}, 2},
+	const std::pair<std::string, int> cases[] = {
+	    {kProgram + "3 0", 0},
+	    {"--frames 100 " + kProgram + "3 5", 5},
+	    {"--frames 3 " + kProgram + "2 abort-late", 128 + SIGABRT},
+	    {kProgram + "0 version", EPROTO},
+	    {kProgram + "0 early-window", EPROTO},
+	    {kProgram + "0 late-window", EPROTO},
+	    {"-- sh -c 'kill -ABRT $$'", 128 + SIGABRT},
+	    {"-- /no/such/program", 127},
+	    {"-- /dev/null", 126},
+	    {"", 2},
+	    {"--", 2},
+	    {"--frames 0 -- true", 2},
+	    {"--frames 5s -- true", 2},
+	    {"--frames 18446744073709551616 -- true", 2},
+	    {"--snapshot 0=a.png -- true", 2},
+	    {"--snapshot 12= -- true", 2},
+	    {"--record", 2},
+	    {"--unknown -- true", 2},
 	};
-	for (const auto &line : cases) {
-		const Ended ended = run(line.arguments);
-		EXPECT_EQ(ended.status, line.status) << ended.errors;
-		const bool host_speaks = line.status == 2 || line.status == 126 || line.status == 127;
-		EXPECT_EQ(ended.errors.starts_with("animation-host: "), host_speaks) << ended.errors;
+	for (const auto &[arguments, status] : cases) {
+		EXPECT_EQ(run(arguments), status) << arguments << errors();
+		const bool host_speaks = status == 2 || status == 126 || status == 127;
+		EXPECT_EQ(errors().starts_with("animation-host: "), host_speaks) << errors();
 	}
 }
 
 TEST_F(HostTest, LeadsTheProgramToItsPrivateFolder)
 {
-	setenv("WAYLAND_SOCKET", "77", 1);
-	setenv("GALLIUM_DRIVER", "softpipe", 1);
-	const Ended ended = run({"--", "sh", "-c",
-	    "test -S $XDG_RUNTIME_DIR/$WAYLAND_DISPLAY && test -z \"$WAYLAND_SOCKET\" && "
-	    "echo $LIBGL_ALWAYS_SOFTWARE $GALLIUM_DRIVER $XDG_RUNTIME_DIR"});
-	unsetenv("WAYLAND_SOCKET");
-	unsetenv("GALLIUM_DRIVER");
-	EXPECT_EQ(ended.status, 0);
+	start("-- sh -c 'test -S $XDG_RUNTIME_DIR/$WAYLAND_DISPLAY && test -z \"$WAYLAND_SOCKET\" && "
+	      "echo $LIBGL_ALWAYS_SOFTWARE $GALLIUM_DRIVER $XDG_RUNTIME_DIR'");
 	char runtime[256] = "";
-	EXPECT_EQ(sscanf(ended.output.c_str(), "1 llvmpipe %255s", runtime), 1) << ended.output;
+	EXPECT_EQ(fscanf(output, "1 llvmpipe %255s", runtime), 1);
+	EXPECT_EQ(await_end(), 0);
 	EXPECT_FALSE(std::filesystem::exists(runtime)) << runtime;
 }
 
 TEST_F(HostTest, EndsAfterTheFramesAsked)
 {
-	const std::string last = folder / "5.png";
-	const Ended ended = run({"--frames", "5", "--snapshot", "5=" + last, "--verbose", "--record",
-	    folder / "all.mp4", "--", SHM_PROGRAM, "100000", "3"});
-	EXPECT_EQ(ended.status, 0) << ended.errors;
-	EXPECT_EQ(grey_of(last), 5);
-	EXPECT_GT(std::filesystem::file_size(folder / "all.mp4"), 500U);
-	EXPECT_NE(ended.errors.find("xdg_surface.set_fullscreen(nil)"), std::string::npos);
+	const std::string last = folder + "/a=b.png", all = folder + "/all.mp4";
+	EXPECT_EQ(run("--frames 5 --verbose --snapshot 5=" + last + " --record " + all + " " +
+	              kProgram + "100000 3"),
+	    0);
+	EXPECT_GT(std::filesystem::file_size(all), 500U);
+	EXPECT_NE(errors().find("xdg_surface.set_fullscreen(nil)"), std::string::npos) << errors();
+
+	png_image image = {.version = PNG_IMAGE_VERSION};
+	ASSERT_TRUE(png_image_begin_read_from_file(&image, last.c_str()));
+	image.format = PNG_FORMAT_RGB;
+	ASSERT_EQ(PNG_IMAGE_SIZE(image), 2304U * 576 * 3);
+	std::vector<unsigned char> read(PNG_IMAGE_SIZE(image));
+	ASSERT_TRUE(png_image_finish_read(&image, nullptr, read.data(), 0, nullptr));
+	for (std::size_t i = 0; i < read.size(); i++)
+		ASSERT_EQ(read[i], 0x35 - 0x10 * (i % 3)) << "byte " << i;
+
+	EXPECT_EQ(run("--frames 3 --snapshot 9=" + last + " " + kProgram + "3 0"), 1);
+	EXPECT_EQ(errors(), "animation-host: no picture 9 came for " + last + "\n");
 }
 
 TEST_F(HostTest, KillsAProgramThatStays)
 {
 	const auto begin = std::chrono::steady_clock::now();
-	start({"--frames", "3", "--", SHM_PROGRAM, "2", "stubborn"});
-	const pid_t program = await_painted();
-	EXPECT_EQ(await_end().status, 0);
-	EXPECT_GE(std::chrono::steady_clock::now() - begin, 3s);
+	start("--frames 3 " + kProgram + "2 stubborn");
+	await_painted();
+	EXPECT_EQ(await_end(), 0);
+	EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(3));
 	EXPECT_FALSE(is_running(program));
-}
-
-TEST_F(HostTest, TellsOfACrashAtTheEnd)
-{
-	EXPECT_EQ(run({"--frames", "3", "--", SHM_PROGRAM, "2", "abort-late"}).status, 128 + SIGABRT);
 }
 
 TEST_F(HostTest, HandsSignalsOn)
 {
-	start({"--", SHM_PROGRAM, "1", "interrupt"});
-	await_painted();
-	kill(host, SIGINT);
-	EXPECT_EQ(await_end().status, 1) << "one SIGINT was sent";
-
-	start({"--", SHM_PROGRAM, "1", "interrupt"});
-	await_painted();
-	kill(host, SIGTERM);
-	EXPECT_EQ(await_end().status, 128 + SIGTERM);
-
-	start({"--", SHM_PROGRAM, "1", "interrupt"});
-	const pid_t program = await_painted();
-	kill(host, SIGKILL);
-	EXPECT_EQ(await_end().status, 128 + SIGKILL);
-	for (int tries = 0; tries < 1000 && is_running(program); tries++)
-		std::this_thread::sleep_for(10ms);
-	EXPECT_FALSE(is_running(program)) << "left behind";
+	const std::pair<int, int> cases[] = {
+	    {SIGINT, 1 /* time */}, {SIGTERM, 128 + SIGTERM}, {SIGKILL, 128 + SIGKILL}};
+	for (const auto &[sent, status] : cases) {
+		start(kProgram + "1 interrupt");
+		await_painted();
+		kill(host, sent);
+		EXPECT_EQ(await_end(), status);
+		for (int tries = 0; tries < 1000 && is_running(program); tries++)
+			usleep(10000);
+		EXPECT_FALSE(is_running(program)) << "left behind by signal " << sent;
+	}
 }
 
 TEST_F(HostTest, LetsATerminalInterruptTheProgramOnce)
 {
 	int terminal = -1;
-	const pid_t host = forkpty(&terminal, nullptr, nullptr, nullptr);
-	ASSERT_GE(host, 0);
-	if (host == 0)
-		execute_host({"--", SHM_PROGRAM, "1", "interrupt"});
-	std::string shown;
-	char part[256];
-	ssize_t length;
-	while (shown.find("painted") == std::string::npos &&
-	       (length = read(terminal, part, sizeof(part))) > 0)
-		shown.append(part, static_cast<std::size_t>(length));
+	const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+	ASSERT_GE(child, 0);
+	if (child == 0) {
+		execl("/bin/sh", "sh", "-c", ("exec" + kHost + kProgram + "1 interrupt").c_str(), nullptr);
+		_exit(99);
+	}
+	output = fdopen(terminal, "r");
+	await_painted();
 	ASSERT_EQ(write(terminal, "\x03", 1), 1);
-	EXPECT_EQ(status_of(host), 1) << "one SIGINT reaches the program";
-	close(terminal);
+	int status = 0;
+	waitpid(child, &status, 0);
+	EXPECT_EQ(exit_status(status), 1) << "one SIGINT reaches the program";
+	fclose(output);
 }
 
 TEST_F(HostTest, OpensItsSinksBeforeTheProgramStarts)
 {
-	const std::string started = folder / "started";
-	const std::string nowhere = folder / "missing" / "file";
-	for (const std::vector<std::string> &sink : {std::vector<std::string>{"--record", nowhere},
-	         std::vector<std::string>{"--snapshot", "1=" + nowhere}}) {
-		std::vector<std::string> arguments = sink;
-		arguments.insert(arguments.end(), {"--", "touch", started});
-		const Ended ended = run(arguments);
-		EXPECT_EQ(ended.status, 1);
-		EXPECT_TRUE(ended.errors.starts_with("animation-host: cannot ")) << ended.errors;
-		EXPECT_NE(ended.errors.find(nowhere), std::string::npos) << ended.errors;
-		EXPECT_FALSE(std::filesystem::exists(started));
+	unsetenv("DISPLAY");
+	unsetenv("WAYLAND_DISPLAY");
+	const std::string good = "--snapshot 1=" + folder + "/good.png ", nowhere = folder + "/no/file";
+	const std::pair<std::string, std::string> cases[] = {
+	    {"--record " + nowhere, "cannot record to " + nowhere},
+	    {"--snapshot 2=" + nowhere, nowhere},
+	    {"--window", "cannot open a window: there is no display"},
+	};
+	for (const auto &[sink, trouble] : cases) {
+		EXPECT_EQ(run(good + sink + " -- touch " + folder + "/run"), 1);
+		EXPECT_NE(errors().find(trouble), std::string::npos) << errors();
+		EXPECT_FALSE(std::filesystem::exists(folder + "/good.png"));
+		EXPECT_FALSE(std::filesystem::exists(folder + "/run"));
 	}
-}
-
-TEST_F(HostTest, FailsIfASnapshotIsNeverReached)
-{
-	const std::string late = folder / "late.png";
-	const Ended ended = run({"--snapshot", "9=" + late, "--", SHM_PROGRAM, "3", "0"});
-	EXPECT_EQ(ended.status, 1);
-	EXPECT_EQ(ended.errors, "animation-host: no picture 9 came for " + late + "\n");
 }
 
 } // namespace

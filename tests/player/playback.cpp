@@ -4,9 +4,6 @@
 
 #include "playback.h"
 
-// The decoder's entry as a static plug-in.
-extern "C" void gst_plugin_animationdecoder_register();
-
 Feed::Feed(const std::string &description)
     : pipeline(gst_parse_launch(description.c_str(), nullptr))
 {
@@ -56,7 +53,6 @@ Folder::~Folder()
 Playback::Playback()
 {
 	set_up_player();
-	[[maybe_unused]] static const bool registered = (gst_plugin_animationdecoder_register(), true);
 }
 
 Playback::~Playback()
@@ -66,15 +62,19 @@ Playback::~Playback()
 	    [&] { return count(out.text(), "thread exit\n") == count(out.text(), "build link"); });
 	for (unsigned id : ids)
 		RemoveAnimationObjReal(id);
+	// Left behind where the registration was given up during the playback.
+	free(left.bufinfo);
+	free(right.bufinfo);
 }
 
 void Playback::register_objects()
 {
 	for (VideoGST_animationpara *para : {&left, &right}) {
-		*para = {.in_position2d = {.coordnum = 4, .position2d = corners}, .texcoord = corners};
 		unsigned &id = ids[para == &right];
-		if (id == ANIMATION_NO_OBJECT)
-			id = CreateAnimationObj(ANI_VIDEO_GST, para);
+		if (id != ANIMATION_NO_OBJECT)
+			continue;
+		*para = {.in_position2d = {.coordnum = 4, .position2d = corners}, .texcoord = corners};
+		id = CreateAnimationObj(ANI_VIDEO_GST, para);
 	}
 	EXPECT_EQ(SetGSTPlayAnimationId(ids[0], &left, ids[1], &right), 0);
 }

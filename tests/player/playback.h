@@ -49,7 +49,7 @@ protected:
 	Playback();
 	~Playback() override;
 
-	/* Creates two objects on the list and registers them. */
+	/* Registers two objects, which it creates when it is first called. */
 	void register_objects();
 
 	/* True when the playback ends within the three seconds that a stop may take. */
@@ -68,7 +68,8 @@ protected:
 	static bool is_up();
 	static int position();
 
-	Caught out{1}, err{2};
+	/* Not the standard error, so that a sanitizer's report is seen. */
+	Caught out{1};
 	VideoGST_animationpara left = {}, right = {};
 
 private:

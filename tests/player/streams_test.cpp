@@ -118,6 +118,7 @@ TEST_F(RtmpPlayback, PlaysOnceTheQueueIsFull)
 
 TEST_F(RtmpPlayback, EndsWithItsServer)
 {
+	Caught err(2);
 	publish();
 	ASSERT_EQ(StartGSTPlay(kUri), 0);
 	EXPECT_TRUE(frames_come(20));

@@ -1,6 +1,7 @@
 #include <animation/family.h>
 
 #include <algorithm>
+#include <span>
 
 #include <maths/maths.h>
 
@@ -97,9 +98,9 @@ bool replace_strip(RenderObj &renderobj, const InPosition2D &in_position2d, int 
 	std::size_t count = renderobj.coordnum = in_position2d.coordnum;
 	renderobj.position3d = allocate<float>(3 * count);
 	bool complete = renderobj.position3d;
-	for (int unit = 0; unit < units; unit++) {
-		*texture_coordinates[unit] = allocate<float>(2 * count);
-		complete = complete && *texture_coordinates[unit];
+	for (float **coordinates : std::span(texture_coordinates).first(units)) {
+		*coordinates = allocate<float>(2 * count);
+		complete = complete && *coordinates;
 	}
 	if (!complete) {
 		renderobj.coordnum = 0;

@@ -5,6 +5,7 @@
  * up to 0.4 of its length and opaque from 0.6 on, or the other way round; in between lies the soft
  * edge of the wipe. Only the alpha counts. Bitmaps store their bottom row first.
  */
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
@@ -29,7 +30,7 @@ double smooth_ramp(double position)
 
 uint8_t rising_alpha(int pixel)
 {
-	return static_cast<uint8_t>(255.0 * smooth_ramp((pixel + 0.5) / kLength) + 0.5);
+	return static_cast<uint8_t>(std::lround(255.0 * smooth_ramp((pixel + 0.5) / kLength)));
 }
 
 struct Bitmap {

@@ -141,8 +141,10 @@ std::vector<float> upright_video(std::size_t points)
 {
 	std::vector<float> numbers;
 	for (std::size_t i = 0; i < points; ++i) {
+		const std::size_t row = i / 2;
+		const std::size_t last_row = points / 2 - 1;
 		numbers.push_back(static_cast<float>(i % 2));
-		numbers.push_back(1.0f - static_cast<float>(i / 2) / static_cast<float>(points / 2 - 1));
+		numbers.push_back(1.0f - static_cast<float>(row) / static_cast<float>(last_row));
 	}
 	return numbers;
 }

@@ -39,16 +39,19 @@ header_alone() { # HEADER COMPILER STANDARD
 	$2 -std="$3" -Wall -Wextra -pedantic -Werror -fsyntax-only $(flags --cflags) header.c
 }
 
-# The colour of one pixel of a snapshot, as "R G B".
-pixel() { # PNG X Y
+# Whether a pixel of a snapshot is of about that colour: how far an animation has come by a frame
+# depends on the machine.
+pixel_is() { # PNG X Y RED GREEN BLUE
 	gst-launch-1.0 -q filesrc location="$1" ! pngdec ! videoconvert ! video/x-raw,format=RGB ! \
-		filesink location=pixels >&2
-	od -An -tu1 -j $((($3 * 2304 + $2) * 3)) -N 3 pixels | xargs
+		filesink location=pixels
+	od -An -tu1 -j $((($3 * 2304 + $2) * 3)) -N 3 pixels | tee /dev/stderr | awk \
+		-v red="$4" -v green="$5" -v blue="$6" 'function near(a, b) { return (a - b) ^ 2 <= 400 }
+		{ exit !(near($1, red) && near($2, green) && near($3, blue)) }'
 }
 
 # Builds an example, runs it in the installed host until it has drawn 10 pictures, and compares a
 # pixel of the last one on each display.
-program() { # COMPILER FILE ARGUMENT LEFT-PIXEL LEFT-COLOUR RIGHT-PIXEL RIGHT-COLOUR
+program() { # COMPILER FILE ARGUMENT LEFT-PIXEL RIGHT-PIXEL
 	example=${2%.*}
 	cp "$source/examples/$2" .
 	# shellcheck disable=SC2046
@@ -56,7 +59,7 @@ program() { # COMPILER FILE ARGUMENT LEFT-PIXEL LEFT-COLOUR RIGHT-PIXEL RIGHT-CO
 	LD_LIBRARY_PATH=$library timeout 60 "$(find "$stage" -name animation-host)" \
 		--frames 10 --snapshot "10=$example.png" -- "./$example" "$3" || return
 	# shellcheck disable=SC2086 # coordinates and channels
-	[ "$(pixel "$example.png" $4)" = "$5" ] && [ "$(pixel "$example.png" $6)" = "$7" ]
+	pixel_is "$example.png" $4 && pixel_is "$example.png" $5
 }
 
 functions_declared() {
@@ -99,9 +102,9 @@ for header in $headers; do
 	check "<$header> as C++, alone" header_alone "$header" 'c++ -x c++' c++11
 done
 check 'a C11 program' program 'cc -std=c11 -D_DEFAULT_SOURCE' \
-	minimal.c "$build/scenes/map_day.png" '576 520' '255 255 255' '1728 288' '0 0 0'
+	minimal.c "$build/scenes/map_day.png" '576 520 255 255 255' '1728 288 0 0 0'
 check 'a C++ program' program 'c++ -std=c++20' \
-	gauge.cpp 5 '576 288' '0 0 0' '1330 288' '20 100 40'
+	gauge.cpp 5 '576 288 0 0 0' '1330 288 20 100 40'
 check "the README's program is examples/minimal.c" readme_quotes_example
 check 'exported symbols' exports_are_the_headers
 echo "1..$number"

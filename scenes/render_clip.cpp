@@ -46,7 +46,7 @@ void draw_sky(const Canvas &canvas)
 void draw_hills(const Canvas &canvas, double time)
 {
 	cairo_move_to(canvas.cr, 0, canvas.height * kHorizon);
-	for (double x = 0; x <= canvas.width; x += 4) {
+	for (int x = 0; x <= canvas.width; x += 4) {
 		const double place = x / canvas.width * 9 + time * 0.35;
 		const double top = 0.1 + 0.05 * std::sin(place) + 0.03 * std::sin(place * 2.7 + 1);
 		cairo_line_to(canvas.cr, x, canvas.height * (kHorizon - top));
@@ -78,20 +78,24 @@ void draw_band(
 
 void draw_road(const Canvas &canvas, double time)
 {
-	constexpr double kFarthest = 16;
+	constexpr int kFarthest = 16;
 	constexpr double kStep = 0.5;
+	constexpr int kSteps = static_cast<int>((kFarthest - 1) / kStep);
 	constexpr double kSpeed = 4;
 	const double bend = std::sin(time * 0.8);
-	for (double near = kFarthest; near >= 1; near -= kStep)
+	for (int step = 0; step <= kSteps; ++step) {
+		const double near = kFarthest - step * kStep;
 		draw_band(canvas, bend, near, near + kStep, -1, 1);
+	}
 	fill(canvas, 0.17, 0.18, 0.22);
-	for (double near = kFarthest; near >= 1; near -= kStep) {
+	for (int step = 0; step <= kSteps; ++step) {
+		const double near = kFarthest - step * kStep;
 		draw_band(canvas, bend, near, near + kStep, -0.97, -0.92);
 		draw_band(canvas, bend, near, near + kStep, 0.92, 0.97);
 	}
 	fill(canvas, 0.9, 0.85, 0.7);
 	const double offset = 2 - std::fmod(time * kSpeed, 2);
-	for (double dash = kFarthest; dash > -1; dash -= 2) {
+	for (int dash = kFarthest; dash > -1; dash -= 2) {
 		const double near = std::max(dash + offset, 0.9);
 		const double far = dash + offset + 0.9;
 		if (far > near)

@@ -174,7 +174,6 @@ TEST_F(EglImport, RefusesWhatItCannotRead)
 	    {"write only", {{EGL_DMA_BUF_PLANE0_FD_EXT, write_only}}, EGL_BAD_ACCESS},
 	    {"other format", {{EGL_LINUX_DRM_FOURCC_EXT, 0x34325241}}, EGL_BAD_MATCH},
 	    {"third plane", {{EGL_DMA_BUF_PLANE2_FD_EXT, good.fd}}, EGL_BAD_ATTRIBUTE},
-	    {"no width", {{EGL_WIDTH, 0}}, EGL_BAD_PARAMETER},
 	    {"negative height", {{EGL_HEIGHT, -48}}, EGL_BAD_PARAMETER},
 	    {"narrow luma", {{EGL_DMA_BUF_PLANE0_PITCH_EXT, 63}}, EGL_BAD_ACCESS},
 	    {"narrow chroma", {{EGL_DMA_BUF_PLANE1_PITCH_EXT, 0}}, EGL_BAD_ACCESS},

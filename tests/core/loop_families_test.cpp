@@ -1,5 +1,4 @@
-#include <cstring>
-#include <functional>
+#include <algorithm>
 
 #include <offscreen_test.h>
 
@@ -392,7 +391,7 @@ TEST_F(LoopFamiliesTest, CutTheTexture)
 	const RenderObj &drawn = *object(id).renderobj;
 	const float held[8] = {0, 0, 0.5f, 0, 0, 0.5f, 1, 0.5f};
 	for (const float *seen : {drawn.texturecoord0, drawn.texturecoord1, drawn.texturecoord2})
-		EXPECT_EQ(memcmp(seen, held, sizeof(held)), 0);
+		EXPECT_TRUE(std::equal(held, held + 8, seen));
 
 	cut[2] = 0.75f;
 	para.update = UPD_TEXS;

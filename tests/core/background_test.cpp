@@ -8,15 +8,11 @@ constexpr Pixel kPictures[3] = {kRed, kGreen, {0, 0, 0, 128}};
 struct BackgroundTest : OffscreenTest {
 	Backgroud_animationpara para = whole_viewport<Backgroud_animationpara>();
 
-	void SetUp() override
-	{
-		add_picture(para.textures, kPictures[0]);
-	}
-
 	unsigned int create(int pictures, uint32_t in_frame)
 	{
 		para.in_frame = in_frame;
-		for (int i = 1; i < pictures; i++)
+		para.textures.tex_num = 0;
+		for (int i = 0; i < pictures; i++)
 			add_picture(para.textures, kPictures[i]);
 		return CreateAnimationObj(ANI_BACKGROUND, &para);
 	}
@@ -42,64 +38,30 @@ struct BackgroundTest : OffscreenTest {
 		para.update = mode;
 		UpdateAnimationObj(id, &para);
 	}
-
-	/* The picture whose texture stands first. */
-	Pixel picture(unsigned int id)
-	{
-		return read_texture(object(id).renderobj->textures[0], 1, 1)[0];
-	}
 };
-
-TEST_F(BackgroundTest, ShowsOnePictureFromTheFirstFrame)
-{
-	const unsigned int id = create(1, 30);
-	for (int i = 0; i < 3; i++)
-		expect_frame(id, -1);
-	EXPECT_EQ(object(id).curframeno, 3U);
-}
 
 TEST_F(BackgroundTest, FadesToTheSecondPictureAndStaysThere)
 {
-	const unsigned int id = create(2, 3);
+	para.textures.alpha_index = 2;
+	const unsigned int id = create(3, 3);
+	const RenderObj &drawn = *object(id).renderobj;
 	for (int frame = 0; frame <= 3; frame++) {
 		expect_frame(id, static_cast<float>(frame) / 3.0f);
-		EXPECT_EQ(bound_texture(0), object(id).renderobj->textures[frame == 3 ? 1 : 0]);
-		EXPECT_EQ(bound_texture(1), object(id).renderobj->textures[frame == 3 ? 0 : 1]);
+		EXPECT_EQ(bound_texture(0), drawn.textures[frame == 3 ? 1 : 0]);
+		EXPECT_EQ(bound_texture(1), drawn.textures[frame == 3 ? 0 : 1]);
+		EXPECT_EQ(bound_texture(2), drawn.textures[2]);
+		EXPECT_TRUE(drawn.blendingmode & BLD_ALPHA_MASK);
 	}
-	EXPECT_EQ(picture(id), kGreen);
+	EXPECT_EQ(read_texture(drawn.textures[0], 1, 1)[0], kGreen);
 	expect_frame(id, -1);
 
 	/* New pictures start over, a new strip does not. */
 	update(id, UPD_TEXS);
 	expect_frame(id, 0);
-	EXPECT_EQ(picture(id), kRed);
 	/* The record is replaced as a whole, the fade's target with it: a caller names it anew. */
 	para.textures.mask_index = 1;
 	update(id, UPD_COORDS);
 	expect_frame(id, 1 / 3.0f);
-	para.textures.mask_index = ANIMATION_NO_TEXTURE;
-	update(id, UPD_MISC);
-	expect_frame(id, -1);
-}
-
-TEST_F(BackgroundTest, FadesThroughAnAlphaTexture)
-{
-	para.textures.alpha_index = 2;
-	const unsigned int id = create(3, 1);
-	for (float progress : {0.0f, 1.0f, -1.0f}) {
-		expect_frame(id, progress);
-		EXPECT_TRUE(object(id).renderobj->blendingmode & BLD_ALPHA_MASK);
-		EXPECT_EQ(bound_texture(2), object(id).renderobj->textures[2]);
-	}
-}
-
-TEST_F(BackgroundTest, DoesNotFadeInNoTime)
-{
-	const unsigned int id = create(2, 0);
-	for (int i = 0; i < 3; i++)
-		expect_frame(id, -1);
-	EXPECT_EQ(picture(id), kRed);
-	EXPECT_EQ(object(id).curframeno, 3U);
 }
 
 TEST_F(BackgroundTest, CountsPictures)
@@ -109,56 +71,39 @@ TEST_F(BackgroundTest, CountsPictures)
 		uint16_t mask, alpha;
 		RenderMode expected;
 		float first_progress;
+		uint32_t in_frame = 4;
 	};
-	for (const Case &c : {Case{0, 128, 128, RENDER_CONSTANT, -1}, {1, 128, 0, RENDER_CONSTANT, -1},
-	         {2, 1, 1, RENDER_TEXTURED, 0}, {2, 128, 1, RENDER_TEXTURED, -1},
-	         {2, 0, 1, RENDER_CONSTANT, 0}, {3, 128, 1, RENDER_TEXTURED, 0}}) {
-		para = whole_viewport<Backgroud_animationpara>();
+	for (const Case &c :
+	    {Case{0, 128, 128, RENDER_CONSTANT, -1}, {1, 128, 128, RENDER_TEXTURED, -1},
+	        {1, 128, 0, RENDER_CONSTANT, -1}, {2, 128, 128, RENDER_TEXTURED, -1, 0},
+	        {2, 1, 1, RENDER_TEXTURED, 0}, {2, 128, 1, RENDER_TEXTURED, -1},
+	        {2, 0, 1, RENDER_CONSTANT, 0}, {3, 128, 1, RENDER_TEXTURED, 0}}) {
+		SCOPED_TRACE(testing::Message() << c.textures << ", " << c.mask << ", " << c.alpha);
 		para.textures.mask_index = c.mask;
 		para.textures.alpha_index = c.alpha;
-		para.in_frame = 4;
-		for (int i = 0; i < c.textures; i++)
-			add_picture(para.textures, kPictures[i]);
-		const unsigned int id = CreateAnimationObj(ANI_BACKGROUND, &para);
+		const unsigned int id = create(c.textures, c.in_frame);
 		expect_frame(id, c.first_progress);
-		EXPECT_EQ(object(id).renderobj->rendermode, c.expected) << c.textures << ", " << c.mask;
-		RemoveAnimationObjReal(id);
+		EXPECT_EQ(object(id).renderobj->rendermode, c.expected);
 	}
 }
 
 TEST_F(BackgroundTest, TakesAnUpdateBeforeItsFirstFrame)
 {
-	const unsigned int early = create(1, 0);
-	update(early, UPD_COORDS); /* counts as everything */
-	expect_frame(early, -1);
-	EXPECT_EQ(object(early).renderobj->tex_num, 1U);
-
-	const unsigned int empty = create(1, 0);
-	update(empty, UPD_MISC); /* nothing is set up */
-	expect_frame(empty, -1);
-	EXPECT_EQ(object(empty).renderobj->coordnum, 0U);
-	EXPECT_EQ(object(empty).curframeno, 65536U);
-	update(empty, UPD_COORDS);
-	expect_frame(empty, -1);
-	EXPECT_EQ(object(empty).renderobj->coordnum, 4U);
-	EXPECT_EQ(object(empty).renderobj->tex_num, 0U);
-
-	object(early).curframeno = 65535; /* after 22 minutes */
-	update(early, UPD_COORDS);
-	expect_frame(early, -1);
-	EXPECT_EQ(object(early).curframeno, 1U);
-}
-
-TEST_F(BackgroundTest, GoesOnWithoutAPictureItCannotLoad)
-{
-	para.textures.mode = TEX_BMP;
-	strcpy(para.textures.textures_name[0], "missing.bmp");
-	testing::internal::CaptureStderr();
 	const unsigned int id = create(1, 0);
+	update(id, UPD_MISC); /* nothing is set up */
 	expect_frame(id, -1);
-	expect_frame(id, -1); /* no second try */
-	EXPECT_EQ(testing::internal::GetCapturedStderr(), "cannot open bmp file: missing.bmp\n");
-	EXPECT_EQ(object(id).renderobj->rendermode, RENDER_TEXTURED);
+	EXPECT_EQ(object(id).renderobj->coordnum, 0U);
+	EXPECT_EQ(object(id).curframeno, 65536U);
+	update(id, UPD_COORDS);
+	expect_frame(id, -1);
+	EXPECT_EQ(object(id).renderobj->coordnum, 4U);
+	EXPECT_EQ(object(id).renderobj->tex_num, 0U);
+
+	object(id).curframeno = 65535; /* as after 22 minutes: everything is set up anew */
+	update(id, UPD_COORDS);
+	expect_frame(id, -1);
+	EXPECT_EQ(object(id).curframeno, 1U);
+	EXPECT_EQ(object(id).renderobj->tex_num, 1U);
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include <gl_watch.h>
 #include <offscreen_test.h>
 
 /* Render3DFrame on records and textures of the test's own. */
@@ -87,20 +86,16 @@ struct DrawTest : OffscreenTest {
 		quad.coordnum = 4;
 		quad.position3d = position3d;
 		quad.texturecoord0 = quad.texturecoord1 = quad.texturecoord2 = texcoord;
-		quad.constant_color[0] = kConstant.r;
-		quad.constant_color[1] = kConstant.g;
-		quad.constant_color[2] = kConstant.b;
-		quad.constant_color[3] = kConstant.a;
+		std::copy_n(&kConstant.r, 4, quad.constant_color);
 		quad.prealpha0 = quad.prealpha1 = 1;
 		myIdentity(quad.mvp);
 		myPersp(quad.mvp, 90.0f, 2.0f, 0.1f, 1000.0f);
 	}
 
-	static GLuint bind(unsigned int unit, GLuint texture)
+	static void bind(unsigned int unit, GLuint texture)
 	{
 		glActiveTexture(GL_TEXTURE0 + unit);
 		glBindTexture(GL_TEXTURE_2D, texture);
-		return texture;
 	}
 
 	void draw(RenderMode mode)
@@ -155,20 +150,6 @@ TEST_F(DrawTest, CombinesTexturesOnBothViewports)
 	DeleteTexture(third);
 }
 
-/* A picture of four corners, on a strip that begins with its bottom edge. */
-TEST_F(DrawTest, ShowsAPictureUpright)
-{
-	const Pixel picture[4] = {kRed, kGreen, kBlue, kWhite}; /* bottom row first */
-	const GLuint texture = CreateTexture(2, 2, GL_BGRA_EXT, picture);
-	bind(0, texture);
-	draw(RENDER_TEXTURED);
-	EXPECT_TRUE(looks_like(target.at(VP_LCD0, 0, 7), kRed));
-	EXPECT_TRUE(looks_like(target.at(VP_LCD0, 7, 7), kGreen));
-	EXPECT_TRUE(looks_like(target.at(VP_LCD0, 0, 0), kBlue));
-	EXPECT_TRUE(looks_like(target.at(VP_LCD0, 7, 0), kWhite));
-	DeleteTexture(texture);
-}
-
 TEST_F(DrawTest, ConvertsRawVideoFrames)
 {
 	struct Sample {
@@ -177,8 +158,7 @@ TEST_F(DrawTest, ConvertsRawVideoFrames)
 	for (const Sample &sample : {Sample{16, 128, 128}, {235, 128, 128}, {81, 90, 240},
 	         {145, 54, 34}, {41, 240, 110}, {170, 100, 150}, {0, 0, 255}}) {
 		const std::uint8_t chroma[2] = {sample.first, sample.second};
-		const GLuint plane0 = bind(0, CreateTexture(1, 1, GL_LUMINANCE, &sample.luma));
-		glActiveTexture(GL_TEXTURE1);
+		const GLuint plane0 = CreateTexture(1, 1, GL_LUMINANCE, &sample.luma);
 		const GLuint plane1 = CreateTexture(1, 1, GL_LUMINANCE_ALPHA, chroma);
 		bind(0, plane0);
 		bind(1, plane1);
@@ -194,43 +174,6 @@ TEST_F(DrawTest, ConvertsRawVideoFrames)
 		DeleteTexture(plane0);
 		DeleteTexture(plane1);
 	}
-}
-
-TEST_F(DrawTest, ChangesTheProgramOnlyWhenItMust)
-{
-	glUseProgram(0);
-	draw(RENDER_VIDEO_RAW_NV12);
-	const unsigned long before = gl_watch.program_changes;
-	draw(RENDER_CONSTANT);
-	draw(RENDER_TEXTURED);
-	EXPECT_EQ(gl_watch.program_changes, before + 1);
-	draw(RENDER_VIDEO_RAW_NV12);
-	draw(RENDER_CONSTANT);
-	EXPECT_EQ(gl_watch.program_changes, before + 3);
-}
-
-TEST_F(DrawTest, ToleratesWhatNoGeneratorSets)
-{
-	testing::internal::CaptureStdout();
-	const unsigned long draws = gl_watch.draws;
-	draw(static_cast<RenderMode>(4));
-	EXPECT_EQ(testing::internal::GetCapturedStdout(), "FATAL ERROR\nFATAL ERROR\n");
-	EXPECT_EQ(gl_watch.draws, draws + 1);
-
-	target.clear(kBelow);
-	quad.coordnum = 0;
-	draw(RENDER_CONSTANT);
-	EXPECT_EQ(target.at(VP_LCD0), kBelow);
-
-	/* Without a viewport of its own an object takes that of the one before it. */
-	quad.coordnum = 4;
-	quad.vp_id = VP_LCD1;
-	draw(RENDER_CONSTANT);
-	target.clear(kBelow);
-	quad.vp_id = static_cast<ViewPortID>(2);
-	draw(RENDER_CONSTANT);
-	EXPECT_EQ(target.at(VP_LCD0), kBelow);
-	EXPECT_NE(target.at(VP_LCD1), kBelow);
 }
 
 } // namespace

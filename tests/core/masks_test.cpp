@@ -2,7 +2,6 @@
 #include <cmath>
 #include <unistd.h>
 
-#include <gl_watch.h>
 #include <offscreen_test.h>
 
 /* The gradual display's masks as their textures hold them, against a second computation that goes
@@ -133,16 +132,15 @@ struct MasksTest : OffscreenTest {
 struct Mode {
 	GraduallyDispMode mode;
 	int entry_slot, exit_slot;
-	int lowest_first, highest_first, lowest_last, highest_last; /* of the entry, with N = 70 */
 };
 
 constexpr Mode kModes[] = {
-    {GRAD_CENTER2EDGE, 4, 5, 0, 249, 245, 255},
-    {GRAD_EDGE2CENTER, 5, 4, 0, 22, 19, 255},
-    {GRAD_2SIDES2MIDDLE, 7, 6, 0, 0, 255, 255},
-    {GRAD_MIDDLE22SIDES, 6, 7, 0, 0, 0, 255},
-    {GRAD_CENTER2SURROUND, 8, 8, 0, 0, 0, 255},
-    {GRAD_SURROUND2CENTER, 9, 9, 0, 0, 255, 255},
+    {GRAD_CENTER2EDGE, 4, 5},
+    {GRAD_EDGE2CENTER, 5, 4},
+    {GRAD_2SIDES2MIDDLE, 7, 6},
+    {GRAD_MIDDLE22SIDES, 6, 7},
+    {GRAD_CENTER2SURROUND, 8, 8},
+    {GRAD_SURROUND2CENTER, 9, 9},
 };
 
 TEST_F(MasksTest, CoverPixelByPixel)
@@ -157,63 +155,14 @@ TEST_F(MasksTest, CoverPixelByPixel)
 				             << "mode " << m.mode << (exit ? " exit " : " entry ") << n << " of "
 				             << N);
 				ASSERT_TRUE(step(id));
-				Covers seen = mask(id, exit ? m.exit_slot : m.entry_slot);
+				const Covers seen = mask(id, exit ? m.exit_slot : m.entry_slot);
 				for (int i = 0; i < kSize * kSize; i++) {
 					const int expected = cover(m.mode, n, N, i / kSize, i % kSize);
 					ASSERT_EQ(+seen[i], exit ? 255 - expected : expected)
 					    << "line " << i / kSize << ", column " << i % kSize;
 				}
-				if (N == 70 && (n == 1 || n == N)) {
-					if (exit)
-						std::ranges::for_each(seen, [](std::uint8_t &value) { value = ~value; });
-					const auto [low, high] = std::ranges::minmax(seen);
-					EXPECT_EQ(+low, n == 1 ? m.lowest_first : m.lowest_last);
-					EXPECT_EQ(+high, n == 1 ? m.highest_first : m.highest_last);
-				}
 			}
 			RemoveAnimationObjReal(id);
-		}
-	}
-}
-
-TEST_F(MasksTest, MoveAWindowOverTheFixedBitmaps)
-{
-	struct Line {
-		GraduallyDispMode mode;
-		int entry_slot, exit_slot;
-		bool along_u, rising;
-	};
-	add_picture(para.textures, kRed); /* a mask in the first place is not used */
-	for (const Line &line :
-	    {Line{GRAD_LEFT2RIGHT, 2, 3, true, false}, {GRAD_RIGHT2LEFT, 3, 2, true, true},
-	        {GRAD_TOP2BOTTOM, 0, 1, false, true}, {GRAD_BOTTOM2TOP, 1, 0, false, false}}) {
-		constexpr uint32_t N = 6;
-		const unsigned int id = create(line.mode, N, N);
-		for (uint32_t frame = 0; frame < 2 * N; frame++) {
-			SCOPED_TRACE(testing::Message() << "mode " << line.mode << ", frame " << frame);
-			const unsigned long uploads = gl_watch.uploads;
-			ASSERT_TRUE(step(id));
-			EXPECT_EQ(gl_watch.uploads > uploads, frame == 0);
-			const float s = 0.1f * static_cast<float>(frame % N + 1);
-			const float low = line.rising ? s : 0.6f - s;
-			const float *seen = object(id).renderobj->texturecoord1;
-			EXPECT_NEAR(seen[0], line.along_u ? low : 0, 1e-6f);
-			EXPECT_NEAR(seen[1], line.along_u ? 0 : low, 1e-6f);
-			EXPECT_NEAR(seen[6], line.along_u ? low + 0.4f : 1, 1e-6f);
-			EXPECT_NEAR(seen[7], line.along_u ? 1 : low + 0.4f, 1e-6f);
-			EXPECT_EQ(bound_texture(1),
-			    object(id).renderobj->textures[1 + (frame < N ? line.entry_slot : line.exit_slot)]);
-		}
-	}
-	para.textures.tex_num = 0;
-	for (const GraduallyDispMode mode :
-	    {GRAD_TOP2BOTTOM, GRAD_NONE, GRAD_BOTTOM2TOP, static_cast<GraduallyDispMode>(12)}) {
-		const unsigned int id = create(mode, 2, 2);
-		for (uint32_t frame = 0; frame < 4; frame++) {
-			ASSERT_TRUE(step(id));
-			const bool first_slot = mode == (frame < 2 ? GRAD_TOP2BOTTOM : GRAD_BOTTOM2TOP);
-			const bool masked = (mode == GRAD_TOP2BOTTOM || mode == GRAD_BOTTOM2TOP) && !first_slot;
-			EXPECT_EQ(object(id).renderobj->blendingmode, masked ? BLD_PRE_ALPHA : BLD_SOURCE);
 		}
 	}
 }
@@ -263,20 +212,9 @@ TEST_F(MasksTest, DrawBlocksFromAFixedSeries)
 			halves[exit].take(static_cast<int>(n * 20 / N), exit, seed);
 			ASSERT_TRUE(step(id));
 			const Covers seen = mask(id, 10);
-			int taken = 0;
-			int in_last_column = 0;
 			for (int i = 0; i < kSize * kSize; i++) {
 				const bool expected = halves[exit].taken[i / kSize / 5][i % kSize / 5];
 				ASSERT_EQ(+seen[i], expected != exit ? 255 : 0) << i;
-				taken += expected;
-				in_last_column += expected && i % kSize / 5 == 19;
-			}
-			EXPECT_EQ(taken, 25 * 20 * static_cast<int>(n * 20 / N));
-			if (!exit && n < N) {
-				EXPECT_EQ(in_last_column, 0);
-			}
-			if (n == N) {
-				EXPECT_EQ(taken, kSize * kSize);
 			}
 		}
 		EXPECT_EQ(next_seed(), seed + 1); /* as many draws as were needed */

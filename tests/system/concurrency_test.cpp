@@ -21,8 +21,6 @@ struct ConcurrencyTest : SystemTest {
 		}
 		if constexpr (requires { para.sin_frame; })
 			para.in_frame = para.out_frame = para.sout_frame = 2;
-		if constexpr (requires { para.on_frame; })
-			para.on_frame = para.off_frame = 1;
 		if constexpr (requires { para.gmode_show; })
 			para.gmode_show = para.gmode_hide = GRAD_BLOCKS;
 		if constexpr (requires { para.seq_show; })
@@ -64,25 +62,10 @@ TEST_F(ConcurrencyTest, ThreadsShareTheListWithTheFrames)
 		threads.emplace_back([this, seed, &stop] {
 			std::mt19937 random(seed);
 			while (!stop) {
-				switch (random() % 6) {
-				case 0:
-					live<Flash_animationpara>(ANI_FLASH, random);
-					break;
-				case 1:
-					live<FadeInOutLoop_animationpara>(ANI_FADEINOUT, random);
-					break;
-				case 2:
-					live<GraduallyDispLoop_animationpara>(ANI_GRADUALLYDISP, random);
-					break;
-				case 3:
-					live<SeqLoop_animationpara>(ANI_SEQUENCE, random);
-					break;
-				case 4:
-					live<VideoRAW_animationpara>(ANI_VIDEO_RAW, random);
-					break;
-				default:
-					live<VideoGST_animationpara>(ANI_VIDEO_GST, random);
-				}
+				live<FadeInOutLoop_animationpara>(ANI_FADEINOUT, random);
+				live<GraduallyDispLoop_animationpara>(ANI_GRADUALLYDISP, random);
+				live<SeqLoop_animationpara>(ANI_SEQUENCE, random);
+				live<VideoGST_animationpara>(ANI_VIDEO_GST, random);
 			}
 		});
 	}

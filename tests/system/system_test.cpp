@@ -113,16 +113,6 @@ bool SystemTest::await_turns(std::uint32_t count)
 	return eventually([goal] { return turns() >= goal; });
 }
 
-template <class Para>
-static unsigned int show_as(AnimationType type, Para para)
-{
-	if constexpr (requires { para.on_frame; }) {
-		para.on_frame = 1000000;
-		para.on_alpha = 1;
-	}
-	return CreateAnimationObj(type, &para);
-}
-
 unsigned int SystemTest::show(
     AnimationType type, std::uint32_t rgb, int left, int right, ViewPortID vp_id, GLuint texture)
 {
@@ -137,7 +127,11 @@ unsigned int SystemTest::show(
 	for (int i = 0; i < 3; i++)
 		para.textures.constant_color[i] = static_cast<float>(rgb >> (16 - 8 * i) & 0xFF) / 255.0f;
 	para.textures.constant_color[3] = 1;
-	if (type == ANI_BACKGROUND)
-		return show_as(type, Backgroud_animationpara{para.in_position2d, para.textures});
-	return show_as(type, para);
+	if (type == ANI_BACKGROUND) {
+		Backgroud_animationpara still = {para.in_position2d, para.textures};
+		return CreateAnimationObj(type, &still);
+	}
+	para.on_frame = 1000000;
+	para.on_alpha = 1;
+	return CreateAnimationObj(type, &para);
 }

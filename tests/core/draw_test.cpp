@@ -150,6 +150,20 @@ TEST_F(DrawTest, CombinesTexturesOnBothViewports)
 	DeleteTexture(third);
 }
 
+/* A picture of four corners, on a strip that begins with its bottom edge. */
+TEST_F(DrawTest, ShowsAPictureUpright)
+{
+	const Pixel picture[4] = {kRed, kGreen, kBlue, kWhite}; /* bottom row first */
+	const GLuint texture = CreateTexture(2, 2, GL_BGRA_EXT, picture);
+	bind(0, texture);
+	draw(RENDER_TEXTURED);
+	EXPECT_TRUE(looks_like(target.at(VP_LCD0, 0, 7), kRed));
+	EXPECT_TRUE(looks_like(target.at(VP_LCD0, 7, 7), kGreen));
+	EXPECT_TRUE(looks_like(target.at(VP_LCD0, 0, 0), kBlue));
+	EXPECT_TRUE(looks_like(target.at(VP_LCD0, 7, 0), kWhite));
+	DeleteTexture(texture);
+}
+
 TEST_F(DrawTest, ConvertsRawVideoFrames)
 {
 	struct Sample {

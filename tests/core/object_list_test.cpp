@@ -43,6 +43,7 @@ TEST_F(ObjectListTest, GivesOutTheSmallestFreeId)
 	RemoveAnimationObjReal(0);
 	EXPECT_EQ(create(), 0u);
 	EXPECT_EQ(ids(), (Ids{1, 3, 2, 0})); /* the order of creation */
+	EXPECT_EQ(GenAnimationObjId(), 4u);
 	for (unsigned int id : {0u, 1u, 7u})
 		RemoveAnimationObjReal(id);
 	EXPECT_EQ(ids(), (Ids{3, 2}));
@@ -115,7 +116,7 @@ TEST_F(ObjectListTest, ReportsAtEvery300thFrameOnly)
 {
 	const unsigned int id = create();
 	AnimationObj twin = {.objId = id};
-	for (int64_t frame : {0, 1, 299, 300, 301}) {
+	for (int64_t frame : {0, 1, 100, 299, 300, 301}) {
 		gpuRender_framecnt = frame;
 		auto expect_report = [&](const char *text, auto call) {
 			EXPECT_EQ(printed_by(call), frame % 300 == 0 ? std::string(text) + "\n" : "");

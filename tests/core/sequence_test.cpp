@@ -91,7 +91,12 @@ TEST_F(SequenceTest, MovesTheQuadOfTheLatestUpdate)
 	para.in_frame = 4;
 	para.seq_show = SEQ_FLOATINOUT;
 	const unsigned int id = CreateAnimationObj(ANI_SEQUENCE, &para);
+	auto early = para; /* counts as everything, but the strip is the object's */
+	early.in_position2d.coordnum = 6;
+	early.update = UPD_TEXS;
+	UpdateAnimationObj(id, &early);
 	ASSERT_TRUE(step(id));
+	EXPECT_EQ(object(id).renderobj->coordnum, 4u);
 	/* Without UPD_COORDS the strip stays, whatever the record says of its length. */
 	for (UpdateMode mode : {UPD_MISC, UPD_TEXS}) {
 		auto longer = para;

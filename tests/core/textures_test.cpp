@@ -78,7 +78,7 @@ TEST_F(TexturesTest, ChangesOwnersWithTheMode)
 {
 	for (GLuint &handle : handles)
 		handle = solid_texture(kRed);
-	for (int round = 0; round < 50; round++) {
+	for (int round = 0; round < 200; round++) { /* a thousand objects */
 		change_modes<Backgroud_animationpara>(ANI_BACKGROUND, 0);
 		change_modes<Flash_animationpara>(ANI_FLASH, 0);
 		change_modes<FadeInOutLoop_animationpara>(ANI_FADEINOUT, 0);

@@ -37,7 +37,7 @@ void build(benchmark::State &state, GraduallyDispMode mode)
 {
 	Mask mask;
 	uint32_t n = 0;
-	for (auto _ : state) {
+	for ([[maybe_unused]] auto iteration : state) {
 		n = n % kSteps + 1;
 		if (mode == GRAD_BLOCKS)
 			build_block_mask(MaskHalf::kEntry, n, kSteps, &mask);
@@ -51,7 +51,7 @@ void copy(benchmark::State &state)
 {
 	Mask mask = {};
 	Mask target;
-	for (auto _ : state) {
+	for ([[maybe_unused]] auto iteration : state) {
 		benchmark::DoNotOptimize(mask);
 		memcpy(&target, &mask, sizeof(mask));
 		benchmark::DoNotOptimize(target);
@@ -76,7 +76,7 @@ void upload(benchmark::State &state)
 {
 	Mask mask = {};
 	GLuint texture = CreateTexture(kMaskSize, kMaskSize, GL_BGRA_EXT, &mask);
-	for (auto _ : state)
+	for ([[maybe_unused]] auto iteration : state)
 		load_texture(texture, kMaskSize, kMaskSize, GL_BGRA_EXT, &mask);
 	DeleteTexture(texture);
 }
@@ -87,7 +87,7 @@ void upload_in_frame(benchmark::State &state, OffscreenWindow &offscreen)
 	Mask mask = {};
 	GLuint texture = CreateTexture(kMaskSize, kMaskSize, GL_BGRA_EXT, &mask);
 	unsigned int id = show_texture(texture);
-	for (auto _ : state) {
+	for ([[maybe_unused]] auto iteration : state) {
 		draw_turn(offscreen);
 		glBindTexture(GL_TEXTURE_2D, texture);
 		auto start = std::chrono::steady_clock::now();

@@ -35,7 +35,7 @@ void *change_on_thread(void *arg)
 	return nullptr;
 }
 
-/* The calls of the elements come on a thread that nobody joins. */
+/* The thread owns arg from then on, unless there is none. */
 bool start_detached(void *(*body)(void *), void *arg)
 {
 	pthread_t thread;
@@ -56,14 +56,15 @@ void give_back(GstElement *element)
 StateChangeResult change_state_within(GstElement *pipeline, GstState state, guint64 limit)
 {
 	const Queue done(g_async_queue_new());
-	std::unique_ptr<StateChange> change(new StateChange{
+	auto *change = new StateChange{
 	    ElementRef(GST_ELEMENT(gst_object_ref(pipeline))),
 	    state,
 	    Queue(g_async_queue_ref(done.get())),
-	});
-	if (!start_detached(change_on_thread, change.get()))
+	};
+	if (!start_detached(change_on_thread, change)) {
+		delete change;
 		return {true, gst_element_set_state(pipeline, state)};
-	change.release();
+	}
 	gpointer answer = g_async_queue_timeout_pop(done.get(), limit);
 	if (!answer)
 		return {false, GST_STATE_CHANGE_FAILURE};

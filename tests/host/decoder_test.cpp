@@ -7,7 +7,6 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <ranges>
 #include <set>
 #include <string>
 #include <vector>
@@ -162,8 +161,8 @@ TEST_F(Decoder, KeepsDescriptorsOpenToTheEndAndRewritesTheOldestFirst)
 	while (SamplePtr sample = next_sample(pipeline)) {
 		fds.push_back(Frame(sample).fd);
 		sample.reset(); /* appsink does not flush well while its sample is held */
-		const auto recent = fds | std::views::reverse | std::views::take(6);
-		EXPECT_EQ(std::ranges::count(recent, fds.back()), 1);
+		const auto recent = fds.end() - std::min<std::ptrdiff_t>(std::ssize(fds), 6);
+		EXPECT_EQ(std::count(recent, fds.end(), fds.back()), 1);
 		if (fds.size() == 20)
 			gst_element_seek_simple(pipeline.get(), GST_FORMAT_TIME, GST_SEEK_FLAG_FLUSH, 0);
 	}

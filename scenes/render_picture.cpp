@@ -102,7 +102,7 @@ std::string bmp_header(std::uint32_t width, std::uint32_t height)
 	append(&bytes, 32, 2);
 	append(&bytes, 0, 4);
 	append(&bytes, width * height * 4, 4);
-	append(&bytes, 0, 16);
+	bytes.resize(kHeaderSize); /* no resolution, no palette */
 	return bytes;
 }
 

@@ -1,12 +1,11 @@
 #include <bench/gl_tape.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <dlfcn.h>
 #include <tuple>
 
 #include <GLES2/gl2.h>
+
+#include <bench/next_function.h>
 
 namespace
 {
@@ -38,17 +37,6 @@ void note(void (*function)(Arguments...), Arguments... arguments)
 	const auto *begin = reinterpret_cast<const std::byte *>(&entry);
 	recording->bytes.insert(recording->bytes.end(), begin, begin + sizeof entry);
 	recording->calls++;
-}
-
-template <class Function>
-Function next_function(Function, const char *name)
-{
-	void *address = dlsym(RTLD_NEXT, name);
-	if (!address) {
-		fprintf(stderr, "frame_overhead: no %s\n", name);
-		abort();
-	}
-	return reinterpret_cast<Function>(address);
 }
 
 } // namespace

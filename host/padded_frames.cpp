@@ -1,5 +1,7 @@
 #include <host/padded_frames.h>
 
+#include <utility>
+
 #include <gst/base/gstbasetransform.h>
 #include <gst/video/gstvideometa.h>
 #include <gst/video/video.h>
@@ -37,10 +39,24 @@ static void close_pool(gpointer pool)
 	gst_object_unref(pool);
 }
 
-static void close_pools(AnimationPaddedFrames *self)
+static GHashTable *new_pools()
 {
+	return g_hash_table_new_full(nullptr, nullptr, nullptr, close_pool);
+}
+
+/* A frame on its way to the screen when the playback ends is imported after it. So the descriptors
+ * stay open until the next playback has ended, and the last picture can stay on the screen. */
+static void retire_pools(AnimationPaddedFrames *self)
+{
+	static GMutex lock;
+	static GHashTable *retired;
 	self->pool = nullptr;
-	g_hash_table_remove_all(self->pools);
+	g_mutex_lock(&lock);
+	std::swap(retired, self->pools);
+	g_mutex_unlock(&lock);
+	if (self->pools)
+		g_hash_table_unref(self->pools);
+	self->pools = new_pools();
 }
 
 /* The stock pool gives out its free buffers in the order in which they came back. */
@@ -202,7 +218,7 @@ static GstStateChangeReturn change_state(GstElement *element, GstStateChange cha
 	const GstStateChangeReturn result =
 	    GST_ELEMENT_CLASS(animation_padded_frames_parent_class)->change_state(element, change);
 	if (change == GST_STATE_CHANGE_READY_TO_NULL)
-		close_pools(self_of(element));
+		retire_pools(self_of(element));
 	return result;
 }
 
@@ -237,7 +253,7 @@ static void animation_padded_frames_class_init(AnimationPaddedFramesClass *type)
 
 static void animation_padded_frames_init(AnimationPaddedFrames *self)
 {
-	self->pools = g_hash_table_new_full(nullptr, nullptr, nullptr, close_pool);
+	self->pools = new_pools();
 }
 
 GstElement *padded_frames_new()

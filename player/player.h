@@ -71,7 +71,9 @@ int SetGSTPlayAnimationId(unsigned int id1, void *para1, unsigned int id2, void 
 
 /* Asks the playback to end and returns at once; it ends within three seconds. A source that still
  * waits for its server is left to stop by itself, with a report. The picture stays until its object
- * is removed. While StartGSTPlay has not returned there is no playback to end. */
+ * is removed; but a frame that waits for the render thread at this moment is shown black, if the
+ * decoder's memory goes with the pipeline. While StartGSTPlay has not returned there is no playback
+ * to end. */
 void StopGSTPlay(void);
 
 /* Pauses or resumes. A pause ends by itself as soon as the sink has got its next frame: for a file

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>
@@ -23,6 +24,17 @@
 #include <GLES2/gl2ext.h>
 
 #include "offscreen_test.h"
+
+/* In front of EGL, where the layer asks whether it is needed. */
+static bool egl_seems_to_import;
+
+extern "C" const char *eglQueryString(EGLDisplay display, EGLint name)
+{
+	static const auto query =
+	    reinterpret_cast<decltype(&eglQueryString)>(dlsym(RTLD_NEXT, "eglQueryString"));
+	return egl_seems_to_import && name == EGL_EXTENSIONS ? "EGL_EXT_image_dma_buf_import"
+	                                                     : query(display, name);
+}
 
 namespace
 {
@@ -204,6 +216,30 @@ TEST_F(EglImport, RefusesWhatItCannotRead)
 	EXPECT_EQ(eglGetError(), EGL_BAD_CONTEXT);
 	eglMakeCurrent(display, surface, surface, context);
 	EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
+}
+
+TEST_F(EglImport, StandsAside)
+{
+	/* Images of another kind are EGL's own. */
+	const GLuint red = solid_texture(kRed);
+	const EGLImageKHR image = create_image(display, eglGetCurrentContext(), EGL_GL_TEXTURE_2D_KHR,
+	    reinterpret_cast<EGLClientBuffer>(uintptr_t{red}), nullptr);
+	const GLuint copy = solid_texture(kBlack);
+	glBindTexture(GL_TEXTURE_2D, copy);
+	bind_image(GL_TEXTURE_2D, image);
+	EXPECT_EQ(read_texture(copy, 1, 1)[0], kRed);
+	EXPECT_TRUE(destroy_image(display, image));
+	DeleteTexture(copy);
+	DeleteTexture(red);
+
+	/* And so are imports where EGL offers them: this one, which does not, refuses them. */
+	const Descriptor picture(std::vector<uint8_t>(64 * 48 * 3 / 2, 128));
+	const auto list = attributes({64, 48, 64, 64, 0, 0}, picture.fd, picture.fd);
+	egl_seems_to_import = true;
+	EXPECT_EQ(import(list), EGL_NO_IMAGE_KHR);
+	EXPECT_NE(eglGetError(), EGL_SUCCESS);
+	egl_seems_to_import = false;
+	EXPECT_TRUE(destroy_image(display, import(list)));
 }
 
 TEST_F(EglImport, KeepsNothingOfAThousandImports)

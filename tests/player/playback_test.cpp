@@ -1,7 +1,31 @@
 #include <malloc.h>
 #include <thread>
 
+#include <dlfcn.h>
+
 #include "playback.h"
+
+/* In front of what the player calls: the pipeline that it got, and a thread that it does not get.
+ */
+static GstElement *launched;
+static bool threads_fail;
+
+extern "C" GstElement *gst_parse_launch(const gchar *description, GError **error)
+{
+	static const auto launch =
+	    reinterpret_cast<decltype(&gst_parse_launch)>(dlsym(RTLD_NEXT, "gst_parse_launch"));
+	return launched = launch(description, error);
+}
+
+extern "C" int pthread_create(
+    pthread_t *thread, const pthread_attr_t *attributes, void *(*start)(void *), void *argument)
+{
+	static const auto create =
+	    reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+	if (threads_fail && start == message_thread)
+		return EAGAIN;
+	return create(thread, attributes, start, argument);
+}
 
 namespace
 {
@@ -46,6 +70,44 @@ TEST_F(Playback, RefusesWhatItCannotStart)
 	out.clear();
 	StopGSTPlay();
 	EXPECT_EQ(out.text(), "StopGSTPlay-------------1\n");
+}
+
+TEST_F(Playback, TakesAStartBackThatGotNoElementsOrNoThread)
+{
+	Caught err(2);
+	GstRegistry *registry = gst_registry_get();
+	GstPluginFeature *decodebin = gst_registry_lookup_feature(registry, "decodebin");
+	gst_registry_remove_feature(registry, decodebin);
+	EXPECT_EQ(StartGSTPlay(film().c_str()), -1);
+	EXPECT_TRUE(err.has("Not all elements could be created.\n"));
+	gst_registry_add_feature(registry, decodebin);
+	gst_object_unref(decodebin);
+
+	threads_fail = true;
+	EXPECT_EQ(StartGSTPlay(film().c_str()), -1);
+	EXPECT_TRUE(err.has("create message process thread failure.\n"));
+	threads_fail = false;
+	EXPECT_FALSE(is_up());
+	ASSERT_EQ(StartGSTPlay(film().c_str()), 0);
+	EXPECT_TRUE(stops());
+}
+
+TEST_F(Playback, EndsIfThePipelineFallsBackToReadyWhileItBuffers)
+{
+	const auto report_full = [] {
+		gst_element_set_state(launched, GST_STATE_READY);
+		GstMessage *full = gst_message_new_buffering(GST_OBJECT(launched), 100);
+		gst_element_post_message(launched, full);
+	};
+	ASSERT_EQ(StartGSTPlay(kNobody), 0);
+	report_full();
+	EXPECT_TRUE(ends(3));
+	EXPECT_TRUE(in_order(out.text(), {"Buffering (100%)\n", "PLAY error\n", kDown1}));
+
+	/* The polling form says nothing. */
+	ASSERT_EQ(StartGSTPlay(kNobody), 0);
+	EXPECT_TRUE(buffer_timeout(launched)); /* no element here answers its query */
+	EXPECT_TRUE(stops());
 }
 
 TEST_F(Playback, RegistersOnlyVideoObjects)

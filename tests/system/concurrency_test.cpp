@@ -74,7 +74,7 @@ TEST_F(ConcurrencyTest, ThreadsShareTheListWithTheFrames)
 	stop = true;
 	for (std::thread &thread : threads)
 		thread.join();
-	EXPECT_EQ(last_picture()[4], kRed);
+	EXPECT_EQ(last_eighths()[4], kRed);
 	remove_all();
 }
 

@@ -18,7 +18,7 @@ struct LifeCycleTest : SystemTest {
 	void show_and_await(std::uint32_t rgb)
 	{
 		show(ANI_FLASH, rgb, 0, 8);
-		EXPECT_TRUE(eventually([&] { return last_picture()[4] == rgb; }));
+		EXPECT_TRUE(eventually([&] { return last_eighths()[4] == rgb; }));
 	}
 };
 
@@ -74,13 +74,13 @@ TEST_F(LifeCycleTest, StacksObjectsAndKeepsTheLastPicture)
 	show(ANI_BACKGROUND, kBlue, 0, 8, VP_LCD1);
 	const Eighths expected = {kRed, kRed, kRed, kRed, kGreen, kGreen, kGreen, kGreen, kRed, kBlue,
 	    kBlue, kBlue, kBlue, kBlue, kBlue, kBlue};
-	EXPECT_TRUE(eventually([&] { return last_picture() == expected; }));
+	EXPECT_TRUE(eventually([&] { return last_eighths() == expected; }));
 
 	remove_all();
 	const std::uint64_t shown = pictures();
 	EXPECT_TRUE(await_turns(3));
 	EXPECT_EQ(pictures(), shown);
-	EXPECT_EQ(last_picture(), expected);
+	EXPECT_EQ(last_eighths(), expected);
 	EXPECT_TRUE(glIsTexture(handle));
 	DeleteTexture(handle);
 }

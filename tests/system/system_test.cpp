@@ -1,6 +1,7 @@
 #include "system_test.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <thread>
 
 namespace
@@ -21,6 +22,11 @@ struct KeepDriver : testing::Environment {
 
 } // namespace
 
+std::uint32_t Shown::at(int x, int y) const
+{
+	return pixels.empty() ? kBlack : pixels[y * 2304 + x] & 0xFFFFFF;
+}
+
 bool eventually(const std::function<bool()> &condition)
 {
 	const auto end = std::chrono::steady_clock::now() + kLimit;
@@ -37,11 +43,10 @@ void SystemTest::start_compositor(CompositorOptions options)
 	options.on_picture = [this](const Picture &committed) {
 		ASSERT_EQ(committed.width, 2304);
 		ASSERT_EQ(committed.height, 576);
+		ASSERT_EQ(committed.stride, 2304 * sizeof(std::uint32_t));
 		const std::lock_guard hold(picture_lock);
-		for (std::size_t i = 0; i < picture.size(); i++) {
-			const auto *bgrx = committed.pixels + 288 * committed.stride + (i * 144 + 72) * 4;
-			picture[i] = static_cast<std::uint32_t>(bgrx[2] << 16 | bgrx[1] << 8 | bgrx[0]);
-		}
+		picture.pixels.resize(2304 * 576);
+		memcpy(picture.pixels.data(), committed.pixels, 576 * committed.stride);
 	};
 	std::string error;
 	compositor = open_compositor(std::move(options), &error);
@@ -96,10 +101,19 @@ std::uint64_t SystemTest::pictures()
 	return compositor_record(*compositor).pictures;
 }
 
-Eighths SystemTest::last_picture()
+Shown SystemTest::last_picture()
 {
 	const std::lock_guard hold(picture_lock);
 	return picture;
+}
+
+Eighths SystemTest::last_eighths()
+{
+	const Shown shown = last_picture();
+	Eighths eighths;
+	for (int i = 0; i < 16; i++)
+		eighths[i] = shown.at(i * 144 + 72, 288);
+	return eighths;
 }
 
 std::uint32_t SystemTest::turns()

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <functional>
 #include <mutex>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -26,12 +27,21 @@ T now(const volatile T &global)
 	return __atomic_load_n(&global, __ATOMIC_ACQUIRE);
 }
 
-/* 0xRRGGBB at the middle of each eighth of both viewports, from the left. */
-using Eighths = std::array<std::uint32_t, 16>;
-
+/* Colours are 0xRRGGBB. */
+constexpr std::uint32_t kBlack = 0x000000;
 constexpr std::uint32_t kRed = 0xFF0000;
 constexpr std::uint32_t kGreen = 0x00FF00;
 constexpr std::uint32_t kBlue = 0x0000FF;
+
+/* At the middle of each eighth of both viewports, from the left. */
+using Eighths = std::array<std::uint32_t, 16>;
+
+/* A picture of the surface, the top row first. */
+struct Shown {
+	std::vector<std::uint32_t> pixels;
+
+	std::uint32_t at(int x, int y) const;
+};
 
 class SystemTest : public testing::Test
 {
@@ -49,7 +59,8 @@ protected:
 	}
 
 	std::uint64_t pictures();
-	Eighths last_picture();
+	Shown last_picture();
+	Eighths last_eighths();
 
 	/* Turns of the render loop so far. */
 	static std::uint32_t turns();
@@ -61,7 +72,7 @@ protected:
 
 private:
 	std::mutex picture_lock;
-	Eighths picture = {};
+	Shown picture;
 	bool is_running = false;
 };
 

@@ -1,0 +1,269 @@
+/* Video through the whole library, from a file or an application's frames to the surface. */
+#include <algorithm>
+#include <cstdlib>
+#include <set>
+#include <thread>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <player/player.h>
+
+#include "../player/playback.h"
+#include "system_test.h"
+
+using namespace std::chrono_literals;
+
+namespace
+{
+
+constexpr std::uint32_t kWhite = 0xFFFFFF;
+
+/* The film is shown four times as large: a white frame, of another width on each side, around red,
+ * green, then blue, a second each. */
+constexpr int kWidth = 288, kHeight = 144, kScale = 4;
+constexpr int kLeft = 4, kRight = 8, kTop = 12, kBottom = 16;
+
+std::string film_part(const char *argb)
+{
+	return std::string("videotestsrc num-buffers=25 pattern=solid-color foreground-color=0xff") +
+	       argb +
+	       " ! video/x-raw,format=I420,width=276,height=116,framerate=25/1"
+	       " ! videobox fill=white left=-4 right=-8 top=-12 bottom=-16 ! film. ";
+}
+
+std::string film()
+{
+	static const Folder folder;
+	static const std::string path = [] {
+		const std::string file = folder.path / "film.mp4";
+		Feed camera(film_part("ff0000") + film_part("00ff00") + film_part("0000ff") +
+		            "concat name=film ! x264enc tune=zerolatency pass=quant quantizer=4"
+		            " ! h264parse ! mp4mux ! filesink location=" +
+		            file);
+		EXPECT_TRUE(camera.ends(20));
+		return file;
+	}();
+	return path;
+}
+
+/* Up to what two conversions and a lossy codec may do to it. */
+bool is_near(std::uint32_t seen, std::uint32_t expected)
+{
+	for (int shift : {0, 8, 16})
+		if (std::abs(int(seen >> shift & 0xFF) - int(expected >> shift & 0xFF)) > 12)
+			return false;
+	return true;
+}
+
+struct VideoTest : SystemTest {
+	float corners[8] = {0, 576, 1152, 576, 0, 0, 1152, 0};
+	float whole_picture[8] = {0, 1, 1, 1, 0, 0, 1, 0};
+	VideoGST_animationpara left = record<VideoGST_animationpara>(VP_LCD0);
+	VideoGST_animationpara right = record<VideoGST_animationpara>(VP_LCD1);
+	unsigned int left_id = ANIMATION_NO_OBJECT, right_id = ANIMATION_NO_OBJECT;
+	Caught out{1};
+
+	template <class Para>
+	Para record(ViewPortID vp_id)
+	{
+		return {.in_position2d = {4, nullptr, corners, vp_id}, .texcoord = whole_picture};
+	}
+
+	void SetUp() override
+	{
+		gst_init(nullptr, nullptr);
+		start_compositor({.keep_requests = false});
+		init();
+	}
+
+	void TearDown() override
+	{
+		StopGSTPlay();
+		EXPECT_TRUE(has_ended());
+		remove_all();
+		finish();
+	}
+
+	void play(bool on_left, bool on_right)
+	{
+		if (on_left && left_id == ANIMATION_NO_OBJECT)
+			left_id = CreateAnimationObj(ANI_VIDEO_GST, &left);
+		if (on_right && right_id == ANIMATION_NO_OBJECT)
+			right_id = CreateAnimationObj(ANI_VIDEO_GST, &right);
+		playbacks++;
+		ASSERT_TRUE(eventually([] { return StartGSTPlay(film().c_str()) == 0; }));
+		ASSERT_EQ(SetGSTPlayAnimationId(on_left ? left_id : ANIMATION_NO_OBJECT, &left,
+		              on_right ? right_id : ANIMATION_NO_OBJECT, &right),
+		    0);
+	}
+
+	bool has_ended()
+	{
+		return eventually([this] { return count(out.text(), "thread exit\n") == playbacks; });
+	}
+
+	bool shows(ViewPortID vp_id, std::uint32_t colour)
+	{
+		return is_near(last_picture().at(1152 * vp_id + 576, 288), colour);
+	}
+
+	bool comes_to_show(ViewPortID vp_id, std::uint32_t colour)
+	{
+		return eventually([=, this] { return shows(vp_id, colour); });
+	}
+
+	/* The white frame ends where it should, within half a pixel of the film. */
+	void expect_edges(ViewPortID vp_id, std::uint32_t colour)
+	{
+		const Shown picture = last_picture();
+		const int x0 = 1152 * vp_id;
+		const struct {
+			int x, y;           /* the first pixel behind the edge, from the left or the top */
+			int step_x, step_y; /* into the picture */
+		} edges[] = {
+		    {kLeft * kScale, 288, 1, 0},
+		    {(kWidth - kRight) * kScale - 1, 288, -1, 0},
+		    {576, kTop * kScale, 0, 1},
+		    {576, (kHeight - kBottom) * kScale - 1, 0, -1},
+		};
+		for (const auto &[x, y, step_x, step_y] : edges) {
+			EXPECT_TRUE(is_near(picture.at(x0 + x + 2 * step_x, y + 2 * step_y), colour))
+			    << vp_id << ": " << x << ", " << y;
+			EXPECT_TRUE(is_near(picture.at(x0 + x - 3 * step_x, y - 3 * step_y), kWhite))
+			    << vp_id << ": " << x << ", " << y;
+		}
+	}
+
+private:
+	int playbacks = 0;
+};
+
+TEST_F(VideoTest, PlaysAFileOnBothViewportsAndKeepsItsLastPicture)
+{
+	play(true, true);
+	for (const std::uint32_t colour : {kRed, kGreen, kBlue}) {
+		EXPECT_TRUE(eventually([&] { return shows(VP_LCD0, colour) && shows(VP_LCD1, colour); }));
+		if (colour == kRed) {
+			GSTplayControl(GST_PAUSE); /* which the end of the change to it takes back */
+			GSTplayControl(GST_PLAY);
+		}
+	}
+	EXPECT_TRUE(has_ended());
+	EXPECT_FALSE(IsGSTStatePlaying());
+	EXPECT_TRUE(await_turns(2));
+	const std::uint64_t shown = pictures();
+	EXPECT_TRUE(await_turns(3));
+	EXPECT_EQ(pictures(), shown);
+	expect_edges(VP_LCD0, kBlue);
+	expect_edges(VP_LCD1, kBlue);
+
+	/* A second playback, on one viewport, and stopped in the middle. */
+	RemoveAnimationObj(right_id, DEL_IMMEDIATELY);
+	play(true, false);
+	EXPECT_TRUE(comes_to_show(VP_LCD0, kGreen));
+	StopGSTPlay();
+	EXPECT_TRUE(has_ended());
+	EXPECT_TRUE(await_turns(2));
+	expect_edges(VP_LCD0, kGreen);
+	EXPECT_TRUE(shows(VP_LCD1, kBlack));
+}
+
+TEST_F(VideoTest, StaysBehindABackground)
+{
+	play(true, true);
+	EXPECT_TRUE(comes_to_show(VP_LCD0, kRed));
+	const unsigned int background = show(ANI_BACKGROUND, kWhite, 2, 6);
+	EXPECT_TRUE(comes_to_show(VP_LCD0, kWhite));
+	EXPECT_TRUE(comes_to_show(VP_LCD1, kBlack));
+	EXPECT_TRUE(IsGSTStatePlaying());
+	EXPECT_TRUE(await_turns(5));
+	EXPECT_TRUE(shows(VP_LCD0, kWhite) && shows(VP_LCD1, kBlack));
+	RemoveAnimationObj(background, DEL_IMMEDIATELY);
+	EXPECT_TRUE(comes_to_show(VP_LCD0, kBlue)); /* it has gone on */
+	EXPECT_TRUE(comes_to_show(VP_LCD1, kBlue));
+}
+
+/* NV12 of one colour, the lower half black. */
+std::vector<std::uint8_t> raw_frame(int luma, int u, int v)
+{
+	constexpr int kSize = 16;
+	std::vector<std::uint8_t> frame(kSize * kSize, luma);
+	std::fill(frame.begin() + kSize * kSize / 2, frame.end(), 16);
+	for (int i = 0; i < kSize * kSize / 4; i++) {
+		frame.push_back(u);
+		frame.push_back(v);
+	}
+	return frame;
+}
+
+TEST_F(VideoTest, ShowsRawFrames)
+{
+	auto para = record<VideoRAW_animationpara>(VP_LCD1);
+	const unsigned int id = CreateAnimationObj(ANI_VIDEO_RAW, &para);
+	EXPECT_TRUE(await_turns(2)); /* a frame that comes before the first turn is lost */
+	BufferInfoRAW frame = {.width = 16, .height = 16, .stride = 16};
+	auto feed = [&] {
+		para.bufinfo = &frame;
+		para.update = UPD_TEXS;
+		UpdateAnimationObj(id, &para);
+	};
+
+	std::vector<std::vector<std::uint8_t>> frames; /* they stay until they are uploaded */
+	std::vector<std::uint32_t> greys;
+	for (int i = 0; i < 25; i++) {
+		frames.push_back(raw_frame(235 - 5 * i, 128, 128));
+		frame.praw = frames.back().data();
+		feed();
+		std::this_thread::sleep_for(40ms);
+		if (pictures() > 1) /* the first is the strip without a picture */
+			greys.push_back(last_picture().at(1152 + 576, 100));
+	}
+	EXPECT_TRUE(eventually([&] { return is_near(last_picture().at(1152 + 576, 100), 0x747474); }));
+	EXPECT_TRUE(is_near(last_picture().at(1152 + 576, 400), kBlack));
+	EXPECT_TRUE(std::ranges::is_sorted(greys, std::ranges::greater()));
+	EXPECT_GE(std::set(greys.begin(), greys.end()).size(), 5u);
+
+	const auto dark = raw_frame(16, 128, 240);
+	frame = {.texids = {CreateTexture(16, 16, GL_LUMINANCE, dark.data()),
+	             CreateTexture(8, 8, GL_LUMINANCE_ALPHA, &dark[16 * 16])}};
+	feed();
+	EXPECT_TRUE(eventually([&] { return is_near(last_picture().at(1152 + 576, 100), 0xEE0000); }));
+}
+
+/* A file with a picture of one colour, or with less. */
+int descriptor_of(const std::vector<std::uint8_t> &bytes)
+{
+	const int fd = memfd_create("test-picture", MFD_CLOEXEC);
+	EXPECT_EQ(write(fd, bytes.data(), bytes.size()), ssize_t(bytes.size()));
+	return fd;
+}
+
+TEST_F(VideoTest, GoesOnAfterDescriptorsThatAreNone)
+{
+	const unsigned int id = CreateAnimationObj(ANI_VIDEO_GST, &left);
+	auto feed = [&](int fd) {
+		BufferInfoGST frame = {16, 16, {0, 0, 16, 8}, static_cast<std::uint32_t>(fd)};
+		left.bufinfo = &frame;
+		left.update = UPD_ALL;
+		UpdateAnimationObj(id, &left);
+		const std::uint64_t shown = pictures();
+		EXPECT_TRUE(eventually([&] { return pictures() > shown; }));
+	};
+	const int red = descriptor_of(raw_frame(81, 90, 240));
+	feed(red);
+	EXPECT_TRUE(comes_to_show(VP_LCD0, kRed));
+	close(red);
+	feed(red);
+	const int reused = descriptor_of({1, 2, 3});
+	EXPECT_EQ(reused, red);
+	feed(reused);
+	EXPECT_FALSE(shows(VP_LCD0, kRed));
+	const int green = descriptor_of(raw_frame(145, 54, 34));
+	feed(green);
+	EXPECT_TRUE(comes_to_show(VP_LCD0, kGreen));
+	close(reused);
+	close(green);
+}
+
+} // namespace

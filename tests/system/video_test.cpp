@@ -1,5 +1,6 @@
 /* Video through the whole library, from a file or an application's frames to the surface. */
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <set>
 #include <thread>
@@ -151,10 +152,11 @@ TEST_F(VideoTest, PlaysAFileOnBothViewportsAndKeepsItsLastPicture)
 	}
 	EXPECT_TRUE(has_ended());
 	EXPECT_FALSE(IsGSTStatePlaying());
-	EXPECT_TRUE(await_turns(2));
-	const std::uint64_t shown = pictures();
-	EXPECT_TRUE(await_turns(3));
-	EXPECT_EQ(pictures(), shown);
+	EXPECT_TRUE(
+	    eventually([this] { /* until the last frame is on the surface, and nothing after it */
+		    const std::uint64_t shown = pictures();
+		    return await_turns(3) && pictures() == shown;
+	    }));
 	expect_edges(VP_LCD0, kBlue);
 	expect_edges(VP_LCD1, kBlue);
 
@@ -182,6 +184,41 @@ TEST_F(VideoTest, StaysBehindABackground)
 	RemoveAnimationObj(background, DEL_IMMEDIATELY);
 	EXPECT_TRUE(comes_to_show(VP_LCD0, kBlue)); /* it has gone on */
 	EXPECT_TRUE(comes_to_show(VP_LCD1, kBlue));
+}
+
+TEST_F(VideoTest, SharesItsObjectsWithOtherThreads)
+{
+	play(true, true);
+	std::atomic<bool> over = false;
+	std::thread application([&] {
+		auto own = record<VideoGST_animationpara>(VP_LCD1);
+		while (!over) {
+			const unsigned int id = CreateAnimationObj(ANI_VIDEO_GST, &own);
+			SetGSTPlayAnimationId(left_id, &left, id, &own);
+			std::this_thread::sleep_for(50ms);
+			SetGSTPlayAnimationId(left_id, &left, right_id, &right);
+			RemoveAnimationObj(id, DEL_IMMEDIATELY);
+			free(own.bufinfo); /* no longer the player's */
+			own.bufinfo = nullptr;
+		}
+	});
+	std::thread curious([&] {
+		while (!over) {
+			IsFirstFrameStart();
+			IsGSTStatePlaying();
+			GetGSTimeStramp();
+			GSTplayControl(GST_PLAY);
+			std::this_thread::sleep_for(3ms);
+		}
+	});
+	EXPECT_TRUE(comes_to_show(VP_LCD0, kGreen));
+	EXPECT_TRUE(comes_to_show(VP_LCD0, kBlue));
+	EXPECT_TRUE(has_ended());
+	over = true;
+	application.join();
+	curious.join();
+	SetGSTPlayAnimationId(ANIMATION_NO_OBJECT, nullptr, ANIMATION_NO_OBJECT, nullptr);
+	free(right.bufinfo); /* if it was not registered at the end */
 }
 
 /* NV12 of one colour, the lower half black. */

@@ -384,12 +384,13 @@ typedef struct BufferInfoGST {
 /*
  * ANI_VIDEO_GST: the newest of the frames that updates bring, drawn on top of all images in the
  * frames in which a new one arrived. Register the record with SetGSTPlayAnimationId and the
- * player makes the updates; bufinfo is the player's from then on, to be touched only under
- * g_mutex, and the record is not to be used for another creation until the playback has ended.
+ * player makes the updates; until the playback has ended it reads the whole record at each frame
+ * and owns bufinfo: touch either only under g_mutex, and use the record for no other creation.
  *
  * v runs from the first row of the picture, its top, which is the other way round than for images.
  * An update with UPD_COORDS alone shows texcoord uncropped until the next frame comes; one with
- * UPD_TEXS and without a frame leaves the object without a picture.
+ * UPD_TEXS and without a frame leaves the object without a picture, and so do all where EGL has no
+ * image extensions. A frame that cannot be imported is shown black.
  */
 typedef struct VideoGST_animationpara {
 	InPosition2D in_position2d; /* arrays stay valid for as long as the record is registered */
@@ -405,8 +406,9 @@ typedef struct BufferInfoRAW {
 	uint32_t height;  /* pixels */
 	uint32_t stride;  /* at least width; the second plane begins at praw + stride * height */
 	void *praw;       /* the pixels, valid at least until the following update; or NULL */
-	GLuint texids[2]; /* with praw NULL: luminance and luminance-alpha textures. They become the
-	                     object's own, to be deleted by it. */
+	GLuint texids[2]; /* with praw NULL: luminance and luminance-alpha textures. A pair is
+	                     deleted with the object; one that another replaced before stays the
+	                     caller's. */
 } BufferInfoRAW;
 
 /*

@@ -36,6 +36,15 @@ void decide_after_buffering(CustomData &player)
 	}
 }
 
+/* A handler in the application's own loop may come too late for its playback, and must not end the
+ * next one. */
+void quit_loop_of(const CustomData &player, GstBus *bus)
+{
+	ListLock lock;
+	if (player.pipeline && GST_ELEMENT_BUS(player.pipeline) == bus)
+		quit_loop();
+}
+
 void on_error(GstMessage *message)
 {
 	GError *error = nullptr;
@@ -46,7 +55,6 @@ void on_error(GstMessage *message)
 	g_printerr("Debugging info: %s\n", debug ? debug : "none");
 	g_error_free(error);
 	g_free(debug);
-	quit_loop();
 }
 
 void on_buffering(CustomData &player, GstMessage *message)
@@ -79,7 +87,7 @@ void on_async_done(CustomData &player)
 		set_pipeline_state(player, GST_STATE_PLAYING);
 }
 
-gboolean bus_message(GstBus *, GstMessage *message, gpointer app)
+gboolean bus_message(GstBus *bus, GstMessage *message, gpointer app)
 {
 	auto &player = *static_cast<CustomData *>(app);
 	GST_DEBUG("got message %s", GST_MESSAGE_TYPE_NAME(message));
@@ -87,10 +95,11 @@ gboolean bus_message(GstBus *, GstMessage *message, gpointer app)
 	switch (GST_MESSAGE_TYPE(message)) {
 	case GST_MESSAGE_ERROR:
 		on_error(message);
+		quit_loop_of(player, bus);
 		break;
 	case GST_MESSAGE_EOS:
 		g_print("streamer eos\n");
-		quit_loop();
+		quit_loop_of(player, bus);
 		break;
 	case GST_MESSAGE_CLOCK_LOST:
 		set_pipeline_state(player, GST_STATE_PAUSED);
@@ -131,8 +140,7 @@ gboolean time_handler(gpointer user)
 		parse = player.parse;
 		if (!pipeline)
 			return FALSE;
-		if (ending == Ending::kAsked)
-			quit_loop(); /* asked before the loop ran */
+		repeat_early_quit();
 	}
 
 	decide_after_buffering(player);
@@ -181,6 +189,13 @@ void quit_loop()
 		ending = Ending::kAsked;
 	if (loop)
 		g_main_loop_quit(loop);
+}
+
+void repeat_early_quit()
+{
+	ListLock lock;
+	if (ending == Ending::kAsked)
+		quit_loop();
 }
 
 void *message_thread(void *arg)

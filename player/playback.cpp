@@ -140,12 +140,12 @@ bool start_pipeline(const Source &source)
 	__atomic_store_n(&data.is_buffering, source.is_buffering, __ATOMIC_RELAXED);
 	const StateChangeResult change =
 	    change_state_within(data.pipeline, source.first_state, kStartLimit);
+	if (connects)
+		remember_connection(before); /* also of a start that failed or takes too long */
 	if (change.result == GST_STATE_CHANGE_FAILURE) {
 		g_printerr("Unable to set the pipeline to the playing state.\n");
 		return false;
 	}
-	if (connects)
-		remember_connection(before);
 	print_time("build link");
 	return true;
 }
@@ -190,6 +190,7 @@ int StartGSTPlay(const char *uri)
 {
 	{
 		ListLock lock;
+		repeat_early_quit();
 		if (!data.terminate)
 			return 1;
 	}

@@ -5,7 +5,8 @@
  * The order of calls, all of them between Init and DeInit:
  *
  *   1. create the objects
- *   2. SetGSTPlayAnimationId and StartGSTPlay, in either order
+ *   2. SetGSTPlayAnimationId and StartGSTPlay, in either order, but not before the playback before
+ *      has ended (StartGSTPlay(NULL) is -1): its end clears every registration
  *   3. IsFirstFrameStart, IsGSTStatePlaying, GetGSTimeStramp, GSTplayControl, as often as wanted
  *   4. StopGSTPlay, and wait until StartGSTPlay(NULL), which starts nothing, answers -1 and no
  *      longer 1, before the records are freed or DeInit is called
@@ -16,6 +17,11 @@
  * Threads. Any thread may call, one call of StartGSTPlay at a time. Each playback runs a thread
  * with a GLib main loop on the default main context: an application that runs its own loop on that
  * context shares the player's sources.
+ *
+ * RTMP: so that its source lets go, the end of a playback shuts the reading half of the TCP
+ * connections to its server that came during the start or come while it ends. Make no connection
+ * of the application's own to that server at these times. Descriptors from 1024 on are beyond the
+ * probe and this way out: keep fewer files open.
  */
 #ifndef ANIMATION_PLAYER_H
 #define ANIMATION_PLAYER_H
@@ -59,10 +65,10 @@ int StartGSTPlay(const char *uri);
 /*
  * Registers the objects that show the frames, and the record each was created from. An id of
  * ANIMATION_NO_OBJECT or a NULL record leaves its slot empty. The records stay the caller's and
- * must live until the playback has ended; until then their bufinfo and update are the player's,
- * to be touched only under g_mutex. bufinfo must be NULL or a block from malloc: it is written, and
- * freed at the end. A registration ends with the playback; one that another replaces before leaves
- * its bufinfo to the caller, to be freed.
+ * must live until the playback has ended. Until then each frame reads them with their arrays and
+ * writes bufinfo and update: touch any of it only under g_mutex. bufinfo must be NULL or a block
+ * from malloc: it is written, and freed at the end. A registration ends with the playback; one that
+ * another replaces before leaves its bufinfo to the caller, to be freed.
  *
  * 0, or -1 with a report if an id is not that of an ANI_VIDEO_GST object: the earlier registration
  * then stays.
@@ -118,9 +124,11 @@ GstFlowReturn pad_new_sample(GstElement *sink, CustomData *dataplayer);
 /* Body of the playback's thread, with the player's state as arg. Not to be called. */
 void *message_thread(void *arg);
 
-/* Timer function for an application that polls the buffering itself; user is the pipeline. At 100
- * percent it sets a paused pipeline to playing, after waiting up to one second for a state change
- * under way. TRUE, to be called again, while buffering or while that state change goes on. */
+/* Timer function for an application that polls the buffering of a pipeline itself: user, which it
+ * keeps alive. (The player gives its own to nobody.) At 100 percent, after waiting up to one second
+ * for a state change under way, a paused pipeline is set to playing, and one in READY ends the
+ * player's playback. The player takes the answer for its own state of buffering, too. TRUE, to be
+ * called again, while buffering or while that state change goes on. */
 gboolean buffer_timeout(gpointer user);
 
 #pragma GCC visibility pop

@@ -41,8 +41,12 @@ extern Ending ending;
 /* The message thread's loop; NULL except while it holds one. Guarded by g_mutex. */
 extern GMainLoop *loop;
 
-/* Quits the message thread's loop; one that does not run yet will hear of it. */
+/* Quits the message thread's loop. A quit is lost on a loop that does not run yet, and so has to be
+ * repeated: by the loop's timer, and by whoever waits for the end, since that may be the
+ * application in a handler of its own loop on the same context, during which the timer cannot run.
+ */
 void quit_loop();
+void repeat_early_quit();
 
 /* Prints a label with the time of day. */
 void print_time(const char *time_type);

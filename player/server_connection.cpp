@@ -102,10 +102,11 @@ void end_reading(GstElement *pipeline)
 	Connections others = open_connections();
 	if (inode_of(connection.fd) == connection.inode)
 		others.reset(connection.fd);
-	for (guint64 waited = 0; waited < kReadingEndLimit && has_running_source(pipeline);
-	     waited += kPollInterval) {
+	guint64 waited = 0;
+	do { /* at least once: a source that still connects has no task yet, but reads */
 		hang_up(open_connections() & ~others);
 		g_usleep(kPollInterval);
-	}
+		waited += kPollInterval;
+	} while (waited < kReadingEndLimit && has_running_source(pipeline));
 	connection = {};
 }

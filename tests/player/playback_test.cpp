@@ -87,6 +87,7 @@ TEST_F(Playback, TakesAStartBackThatGotNoElementsOrNoThread)
 	EXPECT_EQ(StartGSTPlay(film().c_str()), -1);
 	EXPECT_TRUE(err.has("create message process thread failure.\n"));
 	threads_fail = false;
+	out.clear();
 	EXPECT_FALSE(is_up());
 	ASSERT_EQ(StartGSTPlay(film().c_str()), 0);
 	EXPECT_TRUE(stops());
@@ -172,6 +173,13 @@ TEST_F(Playback, StopsBeforeItHasAnything)
 	EXPECT_EQ(StartGSTPlay(kNobody), 1);
 	EXPECT_TRUE(stops());
 	EXPECT_EQ(count(err.text(), "Could not query"), 0);
+	// In a handler of the application's own loop, which keeps the player's handlers waiting.
+	ASSERT_TRUE(g_main_context_acquire(nullptr));
+	ASSERT_EQ(StartGSTPlay(kNobody), 0);
+	StopGSTPlay();
+	EXPECT_TRUE(wait_until([] { return StartGSTPlay(nullptr) == -1; }, 3));
+	g_main_context_release(nullptr);
+	EXPECT_TRUE(ends());
 }
 
 TEST_F(Playback, GivesEverythingBack)

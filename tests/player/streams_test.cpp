@@ -141,6 +141,19 @@ TEST_F(RtmpPlayback, StopsWhileTheServerIsSilent)
 	server->send(SIGCONT); // lets go of a source that had to be left behind
 }
 
+TEST_F(RtmpPlayback, GivesUpOnAServerThatSaysNothing)
+{
+	const auto threads = [] { return count_entries("/proc/self/task"); };
+	const int threads_before = threads(), descriptors_before = count_entries("/proc/self/fd");
+	server->send(SIGSTOP);
+	EXPECT_EQ(StartGSTPlay(kUri), -1);
+	EXPECT_FALSE(is_up());
+	// Given back before the server speaks again.
+	EXPECT_TRUE(wait_until([&] { return threads() <= threads_before; }));
+	EXPECT_LE(count_entries("/proc/self/fd"), descriptors_before);
+	server->send(SIGCONT);
+}
+
 class RtpPlayback : public Playback
 {
 protected:

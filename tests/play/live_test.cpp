@@ -1,5 +1,7 @@
 /* Scenes on a compositor, in the library's own time. */
 #include <array>
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -50,6 +52,38 @@ TEST(Live, TheTimelineFollowsTheFrames)
 		EXPECT_EQ(image.pixel(600, 300), ground);
 		EXPECT_EQ(image.pixel(1152 + 50, 50), box);
 	}
+}
+
+constexpr char kVideo[] = R"({
+	"frames": 60,
+	"objects": [
+		{ "name": "left", "type": "ANI_VIDEO_GST", "rectangle": [0, 0, 1152, 576] },
+		{ "name": "right", "type": "ANI_VIDEO_GST", "viewport": "VP_LCD1", "rectangle": [0, 0, 1152, 576] }
+	],
+	"timeline": [
+		{ "frame": 0, "create": ["left", "right"] },
+		{ "frame": 1, "play": "film.mp4", "on": ["left", "right"] },
+		{ "frame": 20, "pause": true },
+		{ "frame": 25, "resume": true },
+		{ "frame": 40, "stop": true }
+	]
+})";
+
+/* The host gives an application that knows nothing of it a decoder and the import of its frames. */
+TEST(Live, TwoObjectsShowOneFilm)
+{
+	const std::string folder = test_folder();
+	write_file(folder + "scene.json", kVideo);
+	std::filesystem::create_symlink(std::getenv("FILM"), folder + "film.mp4");
+	const Outcome outcome = run_program("ANIMATION_HOST",
+	    "--snapshot 8=" + folder + "a.png -- $ANIMATION_PLAY " + folder + "scene.json");
+	ASSERT_EQ(outcome.status, 0) << outcome.output;
+	for (const char *part : {"first frame: ", "StopGSTPlay-------------2\n", "thread exit\n"})
+		EXPECT_NE(outcome.output.find(part), std::string::npos) << outcome.output;
+	const Image image = read_png(folder + "a.png");
+	EXPECT_GT(image.pixel(576, 500), Colour());
+	for (int x = 0; x < 1152; x += 50)
+		EXPECT_EQ(image.pixel(x, 300), image.pixel(1152 + x, 300));
 }
 
 } // namespace

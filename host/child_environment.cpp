@@ -62,6 +62,26 @@ static fs::path find_companion(const std::string &name)
 	return {};
 }
 
+/* LD_PRELOAD is a list with blanks or colons between its paths, GST_PLUGIN_PATH one with colons. */
+static bool breaks_a_list(const fs::path &path)
+{
+	return path.string().find_first_of(" :") != std::string::npos;
+}
+
+/* By another name, if its own would break a list: a link in the private folder, and alone there,
+ * since GStreamer takes everything beside a plug-in for one, too. Every other run keeps the real
+ * path, for which GStreamer's registry need not be written again. */
+static fs::path listable(const fs::path &companion, const fs::path &private_folder)
+{
+	if (!breaks_a_list(companion))
+		return companion;
+	const fs::path link = private_folder / companion.stem() / companion.filename();
+	std::error_code failure;
+	fs::create_directory(link.parent_path(), failure);
+	fs::create_symlink(companion, link, failure);
+	return failure || breaks_a_list(link) ? fs::path() : link;
+}
+
 static void put_in_front(Environment &environment, const std::string &name, const fs::path &path)
 {
 	if (path.empty())
@@ -70,11 +90,13 @@ static void put_in_front(Environment &environment, const std::string &name, cons
 	value = path.string() + (value.empty() ? "" : ":" + value);
 }
 
-static void add_companions(Environment &environment)
+static void add_companions(Environment &environment, const fs::path &private_folder)
 {
-	put_in_front(environment, "LD_PRELOAD", find_companion("libanimation-egl-import.so"));
+	put_in_front(environment, "LD_PRELOAD",
+	    listable(find_companion("libanimation-egl-import.so"), private_folder));
 	put_in_front(environment, "GST_PLUGIN_PATH",
-	    find_companion("gstreamer/libgstanimationdecoder.so").parent_path());
+	    listable(find_companion("gstreamer/libgstanimationdecoder.so"), private_folder)
+	        .parent_path());
 }
 
 std::vector<std::string> child_environment(const std::string &folder, const std::string &socket)
@@ -82,7 +104,7 @@ std::vector<std::string> child_environment(const std::string &folder, const std:
 	Environment environment = own_environment();
 	lead_to_compositor(environment, folder, socket);
 	force_software_drawing(environment);
-	add_companions(environment);
+	add_companions(environment, folder);
 	std::vector<std::string> entries;
 	for (const auto &[name, value] : environment)
 		entries.push_back(name + '=' + value);

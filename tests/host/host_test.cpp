@@ -18,10 +18,11 @@
 
 #include "picture_files.h"
 
+namespace fs = std::filesystem;
+
 namespace
 {
 
-const std::string kHost = " " HOST_PROGRAM " ";
 const std::string kProgram = "-- " SHM_PROGRAM " "; /* PICTURES END */
 
 /* As a shell tells it. */
@@ -40,16 +41,17 @@ bool is_running(pid_t process)
 struct HostTest : testing::Test {
 	TempFolder temp;
 	const std::string folder = temp.path;
+	std::string command = HOST_PROGRAM; /* after what it is to find in the environment */
 	FILE *output = nullptr;
 	pid_t host = -1, program = -1; /* known once it has painted */
 
 	void start(const std::string &arguments)
 	{
 		/* The folder takes what a killed host leaves behind; the others stay out. */
-		const std::string command =
-		    "exec env WAYLAND_SOCKET=77 GALLIUM_DRIVER=softpipe TMPDIR=" + folder + kHost +
-		    arguments + " 2>" + folder + "/errors";
-		output = popen(command.c_str(), "re");
+		const std::string line =
+		    "exec env WAYLAND_SOCKET=77 GALLIUM_DRIVER=softpipe TMPDIR=" + folder + " " + command +
+		    " " + arguments + " 2>" + folder + "/errors";
+		output = popen(line.c_str(), "re");
 		ASSERT_TRUE(output);
 	}
 	void await_painted()
@@ -110,7 +112,23 @@ TEST_F(HostTest, LeadsTheProgramToItsPrivateFolder)
 	char runtime[256] = "";
 	EXPECT_EQ(fscanf(output, "1 llvmpipe %255s", runtime), 1);
 	EXPECT_EQ(await_end(), 0);
-	EXPECT_FALSE(std::filesystem::exists(runtime)) << runtime;
+	EXPECT_FALSE(fs::exists(runtime)) << runtime;
+}
+
+TEST_F(HostTest, LeadsTheProgramToItsCompanions)
+{
+	const fs::path built = fs::path(HOST_PROGRAM).parent_path(), odd = folder + "/of: a user";
+	fs::create_directories(odd / "gstreamer");
+	for (const char *file :
+	    {"animation-host", "libanimation-egl-import.so", "gstreamer/libgstanimationdecoder.so"})
+		fs::copy(built / file, odd / file);
+	/* A registry of the test's own, with nothing but the decoder in it. */
+	command = "GST_PLUGIN_SYSTEM_PATH_1_0= GST_REGISTRY=" + folder + "/registry '" + odd.string() +
+	          "/animation-host'";
+	EXPECT_EQ(run("-- sh -c 'grep -q egl-import /proc/self/maps && "
+	              "gst-inspect-1.0 --exists ducatih264decvpe'"),
+	    0);
+	EXPECT_EQ(errors(), "");
 }
 
 TEST_F(HostTest, EndsAfterTheFramesAsked)
@@ -119,7 +137,7 @@ TEST_F(HostTest, EndsAfterTheFramesAsked)
 	EXPECT_EQ(run("--frames 5 --verbose --snapshot 5=" + last + " --record " + all + " " +
 	              kProgram + "100000 3"),
 	    0);
-	EXPECT_GT(std::filesystem::file_size(all), 500U);
+	EXPECT_GT(fs::file_size(all), 500U);
 	EXPECT_NE(errors().find("xdg_surface.set_fullscreen(nil)"), std::string::npos) << errors();
 
 	png_image image = {.version = PNG_IMAGE_VERSION};
@@ -167,7 +185,8 @@ TEST_F(HostTest, LetsATerminalInterruptTheProgramOnce)
 	if (child < 0)
 		GTEST_SKIP() << "no terminal to be had here: " << strerror(errno);
 	if (child == 0) {
-		execl("/bin/sh", "sh", "-c", ("exec" + kHost + kProgram + "1 interrupt").c_str(), nullptr);
+		execl("/bin/sh", "sh", "-c", ("exec " + command + " " + kProgram + "1 interrupt").c_str(),
+		    nullptr);
 		_exit(99);
 	}
 	output = fdopen(terminal, "r");
@@ -192,8 +211,8 @@ TEST_F(HostTest, OpensItsSinksBeforeTheProgramStarts)
 	for (const auto &[sink, trouble] : cases) {
 		EXPECT_EQ(run(good + sink + " -- touch " + folder + "/run"), 1);
 		EXPECT_NE(errors().find(trouble), std::string::npos) << errors();
-		EXPECT_FALSE(std::filesystem::exists(folder + "/good.png"));
-		EXPECT_FALSE(std::filesystem::exists(folder + "/run"));
+		EXPECT_FALSE(fs::exists(folder + "/good.png"));
+		EXPECT_FALSE(fs::exists(folder + "/run"));
 	}
 }
 

@@ -94,7 +94,10 @@ static void add_companions(Environment &environment, const fs::path &private_fol
 {
 	put_in_front(environment, "LD_PRELOAD",
 	    listable(find_companion("libanimation-egl-import.so"), private_folder));
-	put_in_front(environment, "GST_PLUGIN_PATH",
+	/* Where the one with the version is set, GStreamer takes it in place of the other. */
+	const std::string plugins =
+	    environment.contains("GST_PLUGIN_PATH_1_0") ? "GST_PLUGIN_PATH_1_0" : "GST_PLUGIN_PATH";
+	put_in_front(environment, plugins,
 	    listable(find_companion("gstreamer/libgstanimationdecoder.so"), private_folder)
 	        .parent_path());
 }

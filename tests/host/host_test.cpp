@@ -123,12 +123,15 @@ TEST_F(HostTest, LeadsTheProgramToItsCompanions)
 	    {"animation-host", "libanimation-egl-import.so", "gstreamer/libgstanimationdecoder.so"})
 		fs::copy(built / file, odd / file);
 	/* A registry of the test's own, with nothing but the decoder in it. */
-	command = "GST_PLUGIN_SYSTEM_PATH_1_0= GST_REGISTRY=" + folder + "/registry '" + odd.string() +
-	          "/animation-host'";
-	EXPECT_EQ(run("-- sh -c 'grep -q egl-import /proc/self/maps && "
-	              "gst-inspect-1.0 --exists ducatih264decvpe'"),
-	    0);
-	EXPECT_EQ(errors(), "");
+	const std::string alone = "GST_PLUGIN_SYSTEM_PATH_1_0= GST_REGISTRY=" + folder + "/registry ";
+	for (const std::string users : {"GST_PLUGIN_PATH=/none ", "GST_PLUGIN_PATH_1_0= "}) {
+		command = alone + users + "'" + odd.string() + "/animation-host'";
+		EXPECT_EQ(run("-- sh -c 'grep -q egl-import /proc/self/maps && "
+		              "gst-inspect-1.0 --exists ducatih264decvpe'"),
+		    0)
+		    << users;
+		EXPECT_EQ(errors(), "");
+	}
 }
 
 TEST_F(HostTest, EndsAfterTheFramesAsked)

@@ -1,5 +1,6 @@
 #include <host/child_environment.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <map>
 
@@ -82,6 +83,16 @@ static fs::path listable(const fs::path &companion, const fs::path &private_fold
 	return failure || breaks_a_list(link) ? fs::path() : link;
 }
 
+/* Empty, which is said, if the program is to do without it. */
+static fs::path offer_companion(const std::string &name, const fs::path &private_folder)
+{
+	const fs::path found = find_companion(name), path = listable(found, private_folder);
+	if (path.empty())
+		fprintf(stderr, "animation-host: %s %s: streamed video will not be shown\n", name.c_str(),
+		    found.empty() ? "is missing" : "cannot be linked to a path without blank or colon");
+	return path;
+}
+
 static void put_in_front(Environment &environment, const std::string &name, const fs::path &path)
 {
 	if (path.empty())
@@ -92,14 +103,13 @@ static void put_in_front(Environment &environment, const std::string &name, cons
 
 static void add_companions(Environment &environment, const fs::path &private_folder)
 {
-	put_in_front(environment, "LD_PRELOAD",
-	    listable(find_companion("libanimation-egl-import.so"), private_folder));
+	put_in_front(
+	    environment, "LD_PRELOAD", offer_companion("libanimation-egl-import.so", private_folder));
 	/* Where the one with the version is set, GStreamer takes it in place of the other. */
 	const std::string plugins =
 	    environment.contains("GST_PLUGIN_PATH_1_0") ? "GST_PLUGIN_PATH_1_0" : "GST_PLUGIN_PATH";
 	put_in_front(environment, plugins,
-	    listable(find_companion("gstreamer/libgstanimationdecoder.so"), private_folder)
-	        .parent_path());
+	    offer_companion("gstreamer/libgstanimationdecoder.so", private_folder).parent_path());
 }
 
 std::vector<std::string> child_environment(const std::string &folder, const std::string &socket)

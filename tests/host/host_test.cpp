@@ -117,11 +117,13 @@ TEST_F(HostTest, LeadsTheProgramToItsPrivateFolder)
 
 TEST_F(HostTest, LeadsTheProgramToItsCompanions)
 {
+	constexpr const char *kCompanions[] = {
+	    "libanimation-egl-import.so", "gstreamer/libgstanimationdecoder.so"};
 	const fs::path built = fs::path(HOST_PROGRAM).parent_path(), odd = folder + "/of: a user";
 	fs::create_directories(odd / "gstreamer");
-	for (const char *file :
-	    {"animation-host", "libanimation-egl-import.so", "gstreamer/libgstanimationdecoder.so"})
-		fs::copy(built / file, odd / file);
+	fs::copy(HOST_PROGRAM, odd);
+	for (const char *companion : kCompanions)
+		fs::copy(built / companion, odd / companion);
 	/* A registry of the test's own, with nothing but the decoder in it. */
 	const std::string alone = "GST_PLUGIN_SYSTEM_PATH_1_0= GST_REGISTRY=" + folder + "/registry ";
 	for (const std::string users : {"GST_PLUGIN_PATH=/none ", "GST_PLUGIN_PATH_1_0= "}) {
@@ -132,6 +134,11 @@ TEST_F(HostTest, LeadsTheProgramToItsCompanions)
 		    << users;
 		EXPECT_EQ(errors(), "");
 	}
+	for (const char *companion : kCompanions)
+		fs::remove(odd / companion);
+	EXPECT_EQ(run("-- true"), 0);
+	for (const std::string companion : kCompanions)
+		EXPECT_NE(errors().find(companion + " is missing"), std::string::npos) << errors();
 }
 
 TEST_F(HostTest, EndsAfterTheFramesAsked)

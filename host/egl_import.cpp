@@ -15,11 +15,11 @@
 #include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include <dlfcn.h>
 #include <sys/mman.h>
@@ -227,23 +227,21 @@ private:
 	uint64_t offset_;
 };
 
-/* R, G, B, A bytes, good until the thread's next import. */
-EGLint convert(const Request &request, const uint8_t *&pixels)
+/* R, G, B, A bytes. */
+using Pixels = std::unique_ptr<uint8_t[]>;
+
+EGLint convert(const Request &request, Pixels &pixels)
 {
 	const Mapping luma(request.luma), chroma(request.chroma);
 	if (!luma.plane() || !chroma.plane())
 		return EGL_BAD_ACCESS;
-	thread_local std::vector<uint8_t> rgba;
 	const size_t bytes = size_t{request.luma.row_bytes} * request.luma.rows * kBytesPerPixel;
-	try {
-		rgba.resize(std::max(rgba.size(), bytes));
-	} catch (const std::bad_alloc &) {
+	pixels.reset(new (std::nothrow) uint8_t[bytes]);
+	if (!pixels)
 		return EGL_BAD_ALLOC;
-	}
 	libyuv::NV12ToABGR(luma.plane(), request.luma.pitch, chroma.plane(), request.chroma.pitch,
-	    rgba.data(), request.width * static_cast<int>(kBytesPerPixel), request.width,
+	    pixels.get(), request.width * static_cast<int>(kBytesPerPixel), request.width,
 	    request.height);
-	pixels = rgba.data();
 	return EGL_SUCCESS;
 }
 
@@ -328,10 +326,10 @@ EGLImageKHR import_picture(EGLDisplay display, const EGLint *attributes)
 		return refuse(EGL_BAD_CONTEXT);
 	if (!fits_texture(request))
 		return refuse(EGL_BAD_ALLOC);
-	const uint8_t *pixels = nullptr;
+	Pixels pixels;
 	if (const EGLint error = convert(request, pixels); error != EGL_SUCCESS)
 		return refuse(error);
-	return image_of(display, request, pixels);
+	return image_of(display, request, pixels.get());
 }
 
 } // namespace

@@ -299,8 +299,14 @@ public:
 	UploadState()
 	{
 		glGetIntegerv(GL_TEXTURE_BINDING_2D, &texture_);
-		const auto *extensions = reinterpret_cast<const char *>(glGetString(GL_EXTENSIONS));
-		unpack_count_ = has_word(extensions, "GL_EXT_unpack_subimage") ? kUnpack.size() : 1;
+		const char *version = gl_string(GL_VERSION); /* may be more than was asked for */
+		const bool es3 = version && std::string_view(version).starts_with("OpenGL ES 3");
+		if (es3) {
+			glGetIntegerv(GL_PIXEL_UNPACK_BUFFER_BINDING_NV, &buffer_);
+			glBindBuffer(GL_PIXEL_UNPACK_BUFFER_NV, 0);
+		}
+		const bool has_rows = es3 || has_word(gl_string(GL_EXTENSIONS), "GL_EXT_unpack_subimage");
+		unpack_count_ = has_rows ? kUnpack.size() : 1;
 		for (size_t i = 0; i < unpack_count_; ++i) {
 			glGetIntegerv(kUnpack[i].name, &unpack_[i]);
 			glPixelStorei(kUnpack[i].name, kUnpack[i].wanted);
@@ -310,12 +316,19 @@ public:
 	{
 		for (size_t i = 0; i < unpack_count_; ++i)
 			glPixelStorei(kUnpack[i].name, unpack_[i]);
+		if (buffer_ != 0)
+			glBindBuffer(GL_PIXEL_UNPACK_BUFFER_NV, static_cast<GLuint>(buffer_));
 		glBindTexture(GL_TEXTURE_2D, static_cast<GLuint>(texture_));
 	}
 	UploadState(const UploadState &) = delete;
 	UploadState &operator=(const UploadState &) = delete;
 
 private:
+	static const char *gl_string(GLenum name)
+	{
+		return reinterpret_cast<const char *>(glGetString(name));
+	}
+
 	struct Unpack {
 		GLenum name;
 		GLint wanted;
@@ -327,6 +340,7 @@ private:
 	    {GL_UNPACK_SKIP_PIXELS_EXT, 0},
 	}};
 	GLint texture_ = 0;
+	GLint buffer_ = 0; /* the one that an upload would read from in place of memory */
 	std::array<GLint, kUnpack.size()> unpack_ = {};
 	size_t unpack_count_;
 };

@@ -141,8 +141,9 @@ TEST_F(EglImport, ShowsThePictureAndKeepsTheCallersState)
 	const std::pair<GLenum, GLint> unpacking[] = {{GL_UNPACK_ALIGNMENT, 8},
 	    {GL_UNPACK_ROW_LENGTH_EXT, 5}, {GL_UNPACK_SKIP_ROWS_EXT, 3},
 	    {GL_UNPACK_SKIP_PIXELS_EXT, 2}};
-	GLuint bound;
+	GLuint bound, buffer;
 	glGenTextures(1, &bound);
+	glGenBuffers(1, &buffer);
 	for (const Layout &layout : layouts) {
 		SCOPED_TRACE(testing::Message() << layout.width << ", pitch " << layout.pitch0);
 		std::vector<uint8_t> luma(layout.offset0 + layout.pitch0 * layout.height, 99);
@@ -164,6 +165,7 @@ TEST_F(EglImport, ShowsThePictureAndKeepsTheCallersState)
 		glBindTexture(GL_TEXTURE_2D, bound);
 		for (const auto &[name, value] : unpacking)
 			glPixelStorei(name, value);
+		glBindBuffer(GL_PIXEL_UNPACK_BUFFER_NV, buffer);
 		const Space &space = spaces[number % 3];
 		const EGLint range = ranges[number % 2];
 		Attributes list = attributes(layout, first.fd, fd1);
@@ -176,6 +178,9 @@ TEST_F(EglImport, ShowsThePictureAndKeepsTheCallersState)
 		const EGLImageKHR image = import(list);
 		ASSERT_NE(image, EGL_NO_IMAGE_KHR) << std::hex << eglGetError();
 		GLint value = -1;
+		glGetIntegerv(GL_PIXEL_UNPACK_BUFFER_BINDING_NV, &value);
+		EXPECT_EQ(value, GLint(buffer));
+		glBindBuffer(GL_PIXEL_UNPACK_BUFFER_NV, 0);
 		for (const auto &[name, wanted] : unpacking) {
 			glGetIntegerv(name, &value);
 			EXPECT_EQ(value, wanted) << std::hex << name;
@@ -199,6 +204,7 @@ TEST_F(EglImport, ShowsThePictureAndKeepsTheCallersState)
 			ASSERT_EQ(pixels[i].a, 255);
 		}
 	}
+	glDeleteBuffers(1, &buffer);
 	glDeleteTextures(1, &bound);
 }
 

@@ -45,7 +45,9 @@ namespace
 constexpr EGLint kNv12 = 0x3231564E; /* 'N', 'V', '1', '2' from the low byte on */
 constexpr unsigned kBytesPerPixel = 4;
 
-/* What EGL itself does not know of: a refusal of ours that nobody has asked about yet. */
+/* EGL keeps the error of the thread's last call alone, and takes none from outside. So a refusal
+ * makes EGL fail in a way of its own, and holds for as long as EGL still tells of that. */
+constexpr EGLint kRefusalInEgl = EGL_BAD_DISPLAY;
 thread_local EGLint refusal = EGL_SUCCESS;
 
 /* ---- The EGL behind ---------------------------------------------------------------------------
@@ -372,6 +374,7 @@ bool fits_texture(const Request &request)
 EGLImageKHR refuse(EGLint error)
 {
 	refusal = error;
+	eglQueryString(EGL_NO_DISPLAY, EGL_NONE); /* fails with kRefusalInEgl */
 	return EGL_NO_IMAGE_KHR;
 }
 
@@ -411,7 +414,7 @@ EXPORTED EGLint EGLAPIENTRY eglGetError()
 	static const auto function = behind<EGLint (*)()>("eglGetError");
 	const EGLint error = function();
 	const EGLint ours = std::exchange(refusal, EGL_SUCCESS);
-	return error == EGL_SUCCESS ? ours : error;
+	return error == kRefusalInEgl && ours != EGL_SUCCESS ? ours : error;
 }
 
 EXPORTED __eglMustCastToProperFunctionPointerType EGLAPIENTRY eglGetProcAddress(const char *name)

@@ -245,8 +245,12 @@ TEST_F(EglImport, RefusesWhatItCannotRead)
 	for (const int fd : {no_file, write_only})
 		close(fd);
 
+	/* The last call's error counts, be it a refusal or not. */
+	EXPECT_EQ(import({}), EGL_NO_IMAGE_KHR);
 	const EGLSurface surface = eglGetCurrentSurface(EGL_DRAW);
 	const EGLContext context = eglGetCurrentContext();
+	EXPECT_EQ(eglGetError(), EGL_SUCCESS);
+	EXPECT_FALSE(eglDestroyContext(display, EGL_NO_CONTEXT));
 	EXPECT_EQ(import({}), EGL_NO_IMAGE_KHR);
 	EXPECT_EQ(eglGetError(), EGL_BAD_PARAMETER);
 	EXPECT_EQ(import(list, context), EGL_NO_IMAGE_KHR);

@@ -3,7 +3,7 @@
 
 #include <animation/animation.h>
 #include <animation/list_lock.h>
-#include <player/player_state.h>
+#include <player/pipeline.h>
 
 GMainLoop *loop;
 

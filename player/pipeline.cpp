@@ -1,9 +1,10 @@
-/* The pipeline as several threads hold it: references, state changes, the way down. */
+#include <player/pipeline.h>
+
 #include <algorithm>
 #include <utility>
 
 #include <animation/list_lock.h>
-#include <player/player_state.h>
+#include <player/server_connection.h>
 
 namespace
 {

@@ -7,7 +7,8 @@
 
 #include <animation/animation.h>
 #include <animation/list_lock.h>
-#include <player/player_state.h>
+#include <player/pipeline.h>
+#include <player/server_connection.h>
 
 CustomData data = {
     .pipeline = nullptr,
@@ -133,7 +134,7 @@ bool build_pipeline(const Source &source, const char *uri)
 	return true;
 }
 
-bool start_pipeline(const Source &source)
+bool start_pipeline(const Source &source, const char *uri)
 {
 	const bool connects = source.description == kRtmpDescription;
 	const Connections before = connects ? open_connections() : Connections();
@@ -141,7 +142,7 @@ bool start_pipeline(const Source &source)
 	const StateChangeResult change =
 	    change_state_within(data.pipeline, source.first_state, kStartLimit);
 	if (connects)
-		remember_connection(before); /* also of a start that failed or takes too long */
+		remember_connection(before, uri); /* also of a start that failed or takes too long */
 	if (change.result == GST_STATE_CHANGE_FAILURE) {
 		g_printerr("Unable to set the pipeline to the playing state.\n");
 		return false;
@@ -203,7 +204,7 @@ int StartGSTPlay(const char *uri)
 	reset_player();
 
 	const Source source = source_of(uri);
-	if (build_pipeline(source, uri) && start_pipeline(source) && start_message_thread())
+	if (build_pipeline(source, uri) && start_pipeline(source, uri) && start_message_thread())
 		return 0;
 
 	abandon_pipeline();

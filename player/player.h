@@ -19,8 +19,9 @@
  * context shares the player's sources.
  *
  * RTMP: so that its source lets go, the end of a playback shuts the reading half of the TCP
- * connections to its server that came during the start or come while it ends. Make no connection
- * of the application's own to that server at these times. Descriptors from 1024 on are beyond the
+ * connections to its server that came during the start or come while it ends: to its address and
+ * port, or to its port alone where the URI names the host. Make none of the application's own to
+ * that server at these times. Descriptors from 1024 on are beyond the
  * probe and this way out: keep fewer files open.
  */
 #ifndef ANIMATION_PLAYER_H
@@ -52,7 +53,8 @@ typedef struct CustomData CustomData;
  * (A URI with both words is a local file that waits for buffering, and stays paused.) An RTMP URI
  * of the form rtmp://HOST/live... is probed first with one ICMP echo request, for up to one second;
  * HOST must be a dotted-quad address, and the process needs the right to open raw sockets. A server
- * that accepts and says nothing is waited for for ten seconds.
+ * that accepts and says nothing is waited for for ten seconds. The URI goes into a launch
+ * description as it is: it must have no blanks, and never be one that is not trusted.
  *
  * 0: started; errors from here on are only printed, a missing decoder among them. 1: a playback is
  * in progress, or its end is still under way; nothing changes. -1: failed, with a report unless uri

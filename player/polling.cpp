@@ -2,7 +2,7 @@
 #include <memory>
 
 #include <animation/list_lock.h>
-#include <player/player_state.h>
+#include <player/pipeline.h>
 
 namespace
 {

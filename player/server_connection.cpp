@@ -4,12 +4,15 @@
  * So its reading is ended first, as if the server had hung up, also on the connection that it then
  * tries to make anew. The element keeps its sockets to itself, but they can be seen to appear.
  */
-#include <cstring>
+#include <player/server_connection.h>
 
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <arpa/inet.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-
-#include <player/player_state.h>
 
 namespace
 {
@@ -24,6 +27,41 @@ struct Connection {
 };
 
 Connection connection;
+
+/* Where rtmpsrc connects to. A host that has a name may have many addresses: then the port alone
+ * tells. */
+struct Server {
+	std::string address;
+	uint16_t port = 1935;
+};
+
+Server server_of(const char *uri)
+{
+	Server server;
+	const char *host = strstr(uri, "://");
+	if (!host)
+		return server;
+	host += strlen("://");
+	const size_t length = strcspn(host, ":/");
+	in_addr numeric;
+	const std::string name(host, length);
+	if (inet_pton(AF_INET, name.c_str(), &numeric) == 1)
+		server.address = name;
+	if (host[length] == ':')
+		server.port = static_cast<uint16_t>(atoi(host + length + 1));
+	return server;
+}
+
+bool is_at(const Server &server, const sockaddr_storage &peer)
+{
+	char address[INET_ADDRSTRLEN] = "";
+	const auto &v4 = reinterpret_cast<const sockaddr_in &>(peer);
+	if (peer.ss_family == AF_INET)
+		inet_ntop(AF_INET, &v4.sin_addr, address, sizeof address);
+	/* The port has the same place in an IPv6 address. */
+	return ntohs(v4.sin_port) == server.port &&
+	       (server.address.empty() || server.address == address);
+}
 
 ino_t inode_of(int fd)
 {
@@ -83,16 +121,23 @@ Connections open_connections()
 	return open;
 }
 
-void remember_connection(const Connections &before)
+void remember_connection(const Connections &before, const char *uri)
 {
 	connection = {};
+	const Server server = server_of(uri);
+	Connections fresh = open_connections() & ~before;
+	for (int fd = 0; fd < int(fresh.size()); ++fd) {
+		sockaddr_storage peer;
+		if (!fresh[fd])
+			continue;
+		if (is_connected(fd, peer) && is_at(server, peer))
+			connection = {fd, inode_of(fd), peer};
+		else
+			fresh.reset(fd);
+	}
 	/* With a second one, of another thread of the application, none is safe to touch. */
-	const Connections fresh = open_connections() & ~before;
-	for (int fd = 0; fresh.count() == 1 && fd < int(fresh.size()); ++fd)
-		if (fresh[fd] && is_connected(fd, connection.peer)) {
-			connection.fd = fd;
-			connection.inode = inode_of(fd);
-		}
+	if (fresh.count() > 1)
+		connection = {};
 }
 
 void end_reading(GstElement *pipeline)

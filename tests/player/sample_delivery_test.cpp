@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 #include <animation/animation.h>
-#include <player/player_state.h>
+#include <player/pipeline.h>
 #include <render/render.h>
 
 #include "support.h"

@@ -36,6 +36,23 @@ bool answers(const char *address, uint16_t port)
 	return connected;
 }
 
+/* Both ends of a connection on a port of the system's choice. */
+void connect_to_myself(int (&ends)[2])
+{
+	sockaddr_in at = {};
+	at.sin_family = AF_INET;
+	at.sin_addr.s_addr = inet_addr(kServer);
+	socklen_t length = sizeof at;
+	const int listener = socket(AF_INET, SOCK_STREAM, 0);
+	bind(listener, reinterpret_cast<sockaddr *>(&at), sizeof at);
+	listen(listener, 1);
+	getsockname(listener, reinterpret_cast<sockaddr *>(&at), &length);
+	ends[0] = socket(AF_INET, SOCK_STREAM, 0);
+	EXPECT_EQ(connect(ends[0], reinterpret_cast<sockaddr *>(&at), sizeof at), 0);
+	ends[1] = accept(listener, nullptr, nullptr);
+	close(listener);
+}
+
 /* nginx as the helper script starts it. */
 class RtmpServer
 {
@@ -143,14 +160,28 @@ TEST_F(RtmpPlayback, StopsWhileTheServerIsSilent)
 
 TEST_F(RtmpPlayback, GivesUpOnAServerThatSaysNothing)
 {
+	Caught err(2);
 	const auto threads = [] { return count_entries("/proc/self/task"); };
-	const int threads_before = threads(), descriptors_before = count_entries("/proc/self/fd");
+	const auto descriptors = [] { return count_entries("/proc/self/fd"); };
+	const int threads_before = threads(), descriptors_before = descriptors();
 	server->send(SIGSTOP);
+	// A connection of the application's own is not taken for the source's.
+	int own[2] = {-1, -1};
+	std::thread application([&] {
+		std::this_thread::sleep_for(std::chrono::seconds(1));
+		connect_to_myself(own);
+	});
 	EXPECT_EQ(StartGSTPlay(kUri), -1);
+	application.join();
+	char byte;
+	EXPECT_EQ(recv(own[0], &byte, 1, MSG_DONTWAIT), -1);
+	close(own[0]);
+	close(own[1]);
 	EXPECT_FALSE(is_up());
+	EXPECT_FALSE(err.has("left to stop by itself"));
 	// Given back before the server speaks again.
 	EXPECT_TRUE(wait_until([&] { return threads() <= threads_before; }));
-	EXPECT_LE(count_entries("/proc/self/fd"), descriptors_before);
+	EXPECT_TRUE(wait_until([&] { return descriptors() <= descriptors_before; }));
 	server->send(SIGCONT);
 }
 

@@ -1,0 +1,48 @@
+/* The pipeline as several threads hold it: references, state changes, the way down. */
+#pragma once
+
+#include <memory>
+
+#include <player/player_state.h>
+
+struct UnrefObject {
+	void operator()(gpointer object) const
+	{
+		gst_object_unref(object);
+	}
+};
+
+using ElementRef = std::unique_ptr<GstElement, UnrefObject>;
+
+/* A reference of the caller's own to the pipeline, or NULL. */
+ElementRef ref_pipeline(const CustomData &player);
+
+/* Asks for a state; nothing happens once the pipeline is on its way down. */
+void set_pipeline_state(const CustomData &player, GstState state);
+
+struct StateChangeResult {
+	bool is_over; /* false: still under way on a thread of its own, which ends with it */
+	GstStateChangeReturn result;
+};
+
+/* A state change that is waited for for so many microseconds: a source may keep it waiting for
+ * minutes. */
+StateChangeResult change_state_within(GstElement *pipeline, GstState state, guint64 limit);
+
+/* The state once no change is under way; GST_STATE_VOID_PENDING if there is still one at the limit.
+ * A change that somebody else begins in the meantime is waited for as well. */
+GstState settled_state(GstElement *pipeline, GstClockTime limit);
+
+/* Takes the pipeline to GST_STATE_NULL, in at most two and a half seconds: one that needs longer
+ * goes on by itself, and is reported. */
+void bring_down(const CustomData &player);
+
+/* The pipeline and the references into it, taken away from the player. Freeing the elements takes
+ * its time: not under g_mutex. */
+struct Pipeline {
+	GstElement *pipeline;
+	GstElement *parse;
+	GstElement *grabber;
+};
+Pipeline take_pipeline(CustomData &player);
+void release_pipeline(const Pipeline &taken);

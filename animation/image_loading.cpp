@@ -42,6 +42,14 @@ File open_picture(const char *filename)
 	return File(file);
 }
 
+/* Before the pixels are allocated, and so before a header can claim a gigabyte of them. */
+bool holds(FILE *file, std::size_t offset, std::size_t size)
+{
+	struct stat status;
+	return fstat(fileno(file), &status) == 0 &&
+	       static_cast<std::size_t>(status.st_size) >= offset + size;
+}
+
 /* The pixels are used once: the page cache need not keep them. */
 void advise_dont_need(FILE *file, std::size_t size)
 {
@@ -113,6 +121,10 @@ int load_texture_from_raw_file(
 	std::size_t bytes_per_pixel = textureType == GL_BGRA_EXT ? 4 : 3;
 	std::size_t size =
 	    bytes_per_pixel * static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+	if (!holds(file.get(), static_cast<std::size_t>(offset), size)) {
+		REPORT("Error in file size != width*height\n");
+		return -1;
+	}
 	HeapBlock<unsigned char> pixels(static_cast<unsigned char *>(malloc(size)));
 	if (!pixels) {
 		REPORT("No memory for the %zu bytes of %s\n", size, filename);

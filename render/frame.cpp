@@ -104,7 +104,7 @@ void redraw(void *data, wl_callback *, uint32_t)
 	if (draw_list(window)) {
 		/* Only this thread writes the counters; others read them without a lock. */
 		__atomic_store_n(&gpuRender_framecnt, gpuRender_framecnt + 1, __ATOMIC_RELAXED);
-		framecnt = gpuRender_framecnt;
+		__atomic_store_n(&framecnt, gpuRender_framecnt, __ATOMIC_RELAXED);
 		eglSwapBuffers(window->display->egl.dpy, window->egl_surface);
 		capture_frame(*window);
 	}

@@ -133,7 +133,8 @@ extern pthread_mutex_t g_mutex;
  * thread, without a surface: that thread is the one for texture handles.
  *
  * Takes over SIGINT for the whole process, once: the first one stops the render thread (DeInit is
- * still to be called, on this thread), the second has the default effect. A start-up that cannot
+ * still to be called, on this thread), the second has the default effect. An application that
+ * goes on after DeInit sets its own handler again. A start-up that cannot
  * succeed (no compositor, no xdg_shell, no EGL config, ...) ends the process with a line on the
  * standard error. If the render thread ends before Init is over, Init returns all the same with a
  * line on the standard error: nothing may then be called but DeInit.

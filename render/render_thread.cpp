@@ -3,7 +3,6 @@
 #include <atomic>
 #include <csignal>
 #include <cstdio>
-#include <ctime>
 #include <mutex>
 #include <poll.h>
 #include <sys/socket.h>
@@ -18,7 +17,7 @@
 volatile int running;
 pthread_t pid;
 struct window *p_gwindow;
-pthread_mutex_t g_mutex;
+pthread_mutex_t g_mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
 namespace
 {
@@ -28,7 +27,10 @@ constexpr int kViewportWidth = 1152;
 constexpr int kViewportHeight = 576;
 constexpr int kBufferSize = 32;
 constexpr useconds_t kTurnSleep = 20000; /* microseconds */
-constexpr time_t kPatience = 2;          /* seconds that DeInit waits for a stalled compositor */
+
+/* DeInit waits for a stalled compositor so many times for so long: two seconds. */
+constexpr int kJoinAttempts = 400;
+constexpr useconds_t kJoinInterval = 5000; /* microseconds */
 
 enum RunState { kStopped = 0, kFirstTurn = 1, kRunning = 2 };
 
@@ -172,14 +174,14 @@ void take_context_back()
 }
 
 /* A compositor that withholds frames keeps the render thread in its swap: cutting the connection
- * ends that wait. */
+ * ends that wait. The time is counted in sleeps, since the clock may be set meanwhile. */
 void join_render_thread()
 {
-	timespec limit;
-	clock_gettime(CLOCK_REALTIME, &limit);
-	limit.tv_sec += kPatience;
-	if (pthread_timedjoin_np(pid, nullptr, &limit) == 0)
-		return;
+	for (int attempt = 0; attempt < kJoinAttempts; attempt++) {
+		if (pthread_tryjoin_np(pid, nullptr) == 0)
+			return;
+		usleep(kJoinInterval);
+	}
 	{
 		std::lock_guard hold(connection_lock);
 		if (connection)

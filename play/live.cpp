@@ -29,7 +29,7 @@ bool goes_on()
 /* The render thread counts on; its window stays readable until DeInit has joined it. */
 std::uint32_t turns_so_far()
 {
-	return *const_cast<const volatile std::uint32_t *>(&p_gwindow->frames);
+	return __atomic_load_n(&p_gwindow->frames, __ATOMIC_ACQUIRE);
 }
 
 bool play_frames(Stage &stage, std::string *error)

@@ -13,7 +13,7 @@ namespace
 constexpr guint kPositionInterval = 30; /* milliseconds */
 
 /* The queue is full, but the state change under way is not over: the step to PLAYING is decided
- * when it is. Only handlers of the loop touch it. */
+ * when it is. Touched by the loop's handlers, and before there is one. */
 bool decision_pending;
 
 void decide_after_buffering(CustomData &player)

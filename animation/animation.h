@@ -51,6 +51,10 @@ extern "C" {
 /* The id that names no object: what a failed creation returns. 0 is a valid id. */
 #define ANIMATION_NO_OBJECT 0xFFFFFFFFu
 
+/* Of each of the two viewports, in pixels. */
+#define ANIMATION_VIEWPORT_WIDTH 1152
+#define ANIMATION_VIEWPORT_HEIGHT 576
+
 /* Size of every texture set, and one past its last valid index. */
 #define ANIMATION_MAX_TEXTURES 128
 
@@ -119,7 +123,7 @@ typedef enum RenderMode ANIMATION_32_BIT {
 	RENDER_VIDEO_RAW_NV12 = 3, /* the two NV12 planes on units 0 and 1 */
 } RenderMode;
 
-/* One half of the surface, 1152 x 576 pixels. */
+/* One half of the surface. */
 typedef enum ViewPortID ANIMATION_32_BIT {
 	VP_LCD0 = 0, /* left half */
 	VP_LCD1 = 1, /* right half */

@@ -1,6 +1,7 @@
 #include <animation/block_mask.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 namespace
@@ -59,6 +60,13 @@ void write_row(const Row &row, MaskHalf half, MaskPixel (*lines)[kMaskSize])
 }
 
 } // namespace
+
+unsigned int getrand(unsigned int range)
+{
+	static unsigned int seed = 1; /* unsigned: it wraps after a few weeks of drawing */
+	srand(++seed);
+	return static_cast<unsigned int>(rand()) % range;
+}
 
 void build_block_mask(MaskHalf half, uint32_t n, uint32_t N, Mask *mask)
 {

@@ -6,8 +6,8 @@
 namespace
 {
 
-constexpr double kViewportWidth = 1152.0;
-constexpr double kViewportHeight = 576.0;
+constexpr double kViewportWidth = ANIMATION_VIEWPORT_WIDTH;
+constexpr double kViewportHeight = ANIMATION_VIEWPORT_HEIGHT;
 
 /* This value and not the nearest double: places are exact to the bit. */
 constexpr double kPi = 3.141592654;
@@ -18,8 +18,8 @@ struct Quad {
 	float y[4];
 };
 
-/* Where a row stands between the first (0) and the last (1); a single row is the first. */
-float row_fraction(std::size_t vertex, uint32_t count, float span)
+/* Where a row stands between the first (0) and the last (span); a single row is the first. */
+float row_position(std::size_t vertex, uint32_t count, float span)
 {
 	uint32_t row = vertex / 2;
 	uint32_t rows = count / 2;
@@ -82,7 +82,7 @@ void Convert2DTo3DPosition(const float *position2d, float *position3d, uint32_t 
 void GenTextureCoord(float *texcoord, uint32_t count, bool binversed)
 {
 	for (std::size_t i = 0; i < count; i++) {
-		float t = row_fraction(i, count, 1.0f);
+		float t = row_position(i, count, 1.0f);
 		texcoord[2 * i] = i % 2 ? 1.0f : 0.0f;
 		texcoord[2 * i + 1] = binversed ? t : 1.0f - t;
 	}
@@ -100,7 +100,7 @@ void GenTextureCoord_GRAD(float *texcoord, uint32_t count, float x1, float y1, f
 {
 	for (std::size_t i = 0; i < count; i++) {
 		texcoord[2 * i] = i % 2 ? x2 : x1;
-		texcoord[2 * i + 1] = row_fraction(i, count, y2 - y1) + y1;
+		texcoord[2 * i + 1] = row_position(i, count, y2 - y1) + y1;
 	}
 }
 

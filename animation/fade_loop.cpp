@@ -1,4 +1,4 @@
-#include <animation/family.h>
+#include <animation/loop_family.h>
 
 unsigned int CreateFadeInOutLoopAnimation(FadeInOutLoop_animationpara *para)
 {

@@ -1,6 +1,6 @@
 #include <animation/block_mask.h>
-#include <animation/family.h>
 #include <animation/gradual_masks.h>
+#include <animation/loop_family.h>
 #include <animation/report.h>
 
 #include <algorithm>
@@ -42,7 +42,7 @@ uint32_t callers_textures(const RenderObj &renderobj)
 }
 
 /* The masks are the object's own and still to be deleted: only the caller's ids are forgotten. */
-void forget_borrowed_textures(RenderObj &renderobj)
+void give_up_all_but_masks(RenderObj &renderobj)
 {
 	if (textures_are_borrowed(renderobj))
 		std::fill_n(renderobj.textures, callers_textures(renderobj), 0);
@@ -136,7 +136,7 @@ void GenGraduallyDispLoopAnimationFrame(unsigned int id, void *)
 	auto &para = para_of<GraduallyDispLoop_animationpara>(*obj);
 	RenderObj &renderobj = *obj->renderobj;
 
-	if (remove_immediately(*obj, forget_borrowed_textures))
+	if (remove_immediately(*obj, give_up_all_but_masks))
 		return;
 	set_up(*obj, para, whole_picture, rebuild_with_masks);
 
@@ -153,5 +153,5 @@ void GenGraduallyDispLoopAnimationFrame(unsigned int id, void *)
 		set_cycle_status(*obj, at, kStates);
 	}
 	bind_alpha_texture(renderobj, para.textures);
-	close_loop_frame(*obj, para, cycle_end_of(para), forget_borrowed_textures);
+	close_loop_frame(*obj, para, cycle_end_of(para), give_up_all_but_masks);
 }

@@ -6,10 +6,6 @@
 
 AnimationObj *animationItemHead;
 
-PFNEGLCREATEIMAGEKHRPROC f_eglCreateImageKHR;
-PFNGLEGLIMAGETARGETTEXTURE2DOESPROC f_glEGLImageTargetTexture2DOES;
-PFNEGLDESTROYIMAGEKHRPROC f_eglDestroyImageKHR;
-
 AnimationObj *FindAnimationObj(unsigned int id)
 {
 	ListLock lock;
@@ -137,11 +133,4 @@ void RemoveAnimationObjReal(unsigned int id)
 	free_renderobj(obj->renderobj);
 	unlink(*obj);
 	free(obj);
-}
-
-unsigned int getrand(unsigned int range)
-{
-	static unsigned int seed = 1; /* unsigned: it wraps after a few weeks of drawing */
-	srand(++seed);
-	return static_cast<unsigned int>(rand()) % range;
 }

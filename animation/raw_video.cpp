@@ -23,8 +23,7 @@ void upload_planes(RenderObj &renderobj, const BufferInfoRAW &bufinfo)
 	auto *luma = static_cast<const unsigned char *>(bufinfo.praw);
 	const unsigned char *chroma = luma + std::size_t{bufinfo.stride} * bufinfo.height;
 
-	if (renderobj.tex_num)
-		glDeleteTextures(static_cast<GLsizei>(renderobj.tex_num), renderobj.textures);
+	delete_textures(renderobj);
 	glGenTextures(kPlanes, renderobj.textures);
 	glBindTexture(GL_TEXTURE_2D, renderobj.textures[0]);
 	load_texture(renderobj.textures[0], width, height, GL_LUMINANCE, luma);

@@ -25,27 +25,20 @@ EGLImageKHR import_image(const BufferInfoGST &bufinfo)
 {
 	auto width = static_cast<EGLint>(bufinfo.width);
 	auto fd = static_cast<EGLint>(bufinfo.fd);
+	/* clang-format off */
 	const EGLint attr[] = {
-	    EGL_LINUX_DRM_FOURCC_EXT,
-	    kFourccNv12, //
-	    EGL_WIDTH,
-	    width, //
-	    EGL_HEIGHT,
-	    static_cast<EGLint>(bufinfo.height), //
-	    EGL_DMA_BUF_PLANE0_PITCH_EXT,
-	    width, //
-	    EGL_DMA_BUF_PLANE1_PITCH_EXT,
-	    width, //
-	    EGL_DMA_BUF_PLANE0_OFFSET_EXT,
-	    0, //
-	    EGL_DMA_BUF_PLANE1_OFFSET_EXT,
-	    0, //
-	    EGL_DMA_BUF_PLANE0_FD_EXT,
-	    fd, //
-	    EGL_DMA_BUF_PLANE1_FD_EXT,
-	    fd, //
-	    EGL_NONE,
+		EGL_LINUX_DRM_FOURCC_EXT, kFourccNv12,
+		EGL_WIDTH, width,
+		EGL_HEIGHT, static_cast<EGLint>(bufinfo.height),
+		EGL_DMA_BUF_PLANE0_PITCH_EXT, width,
+		EGL_DMA_BUF_PLANE1_PITCH_EXT, width,
+		EGL_DMA_BUF_PLANE0_OFFSET_EXT, 0,
+		EGL_DMA_BUF_PLANE1_OFFSET_EXT, 0,
+		EGL_DMA_BUF_PLANE0_FD_EXT, fd,
+		EGL_DMA_BUF_PLANE1_FD_EXT, fd,
+		EGL_NONE,
 	};
+	/* clang-format on */
 	return f_eglCreateImageKHR(
 	    eglGetCurrentDisplay(), EGL_NO_CONTEXT, EGL_LINUX_DMA_BUF_EXT, nullptr, attr);
 }
@@ -71,12 +64,6 @@ void crop(RenderObj &renderobj, const VideoGST_animationpara &para)
 	}
 }
 
-void delete_texture(RenderObj &renderobj)
-{
-	if (renderobj.tex_num)
-		glDeleteTextures(static_cast<GLsizei>(renderobj.tex_num), renderobj.textures);
-}
-
 void destroy_image(RenderObj &renderobj)
 {
 	if (renderobj.imagekhr)
@@ -85,7 +72,7 @@ void destroy_image(RenderObj &renderobj)
 
 void import_frame(RenderObj &renderobj, const VideoGST_animationpara &para)
 {
-	delete_texture(renderobj);
+	delete_textures(renderobj);
 	glActiveTexture(GL_TEXTURE0);
 	glGenTextures(1, renderobj.textures);
 	destroy_image(renderobj);
@@ -105,7 +92,7 @@ void import_frame(RenderObj &renderobj, const VideoGST_animationpara &para)
 /* Without a frame the object keeps nothing of the one before, not even the decoder's memory. */
 void show_nothing(RenderObj &renderobj)
 {
-	delete_texture(renderobj);
+	delete_textures(renderobj);
 	destroy_image(renderobj);
 	renderobj.textures[0] = 0;
 	renderobj.tex_num = 0;

@@ -50,6 +50,13 @@ unsigned int create_video(
 	return id;
 }
 
+/* The pictures' textures so far, whoever made them. */
+inline void delete_textures(const RenderObj &renderobj)
+{
+	if (renderobj.tex_num)
+		glDeleteTextures(static_cast<GLsizei>(renderobj.tex_num), renderobj.textures);
+}
+
 /* Copies the record's texture coordinates to an array of the strip. An update may have changed the
  * record's strip without rebuilding the object's: the shorter count fits both. */
 template <class Para>

@@ -9,8 +9,6 @@
 namespace
 {
 
-constexpr int kViewportWidth = 1152;
-constexpr int kViewportHeight = 576;
 constexpr int kBufferSize = 32;
 constexpr int kColourBits = 8;
 
@@ -55,7 +53,7 @@ const char *open_egl(OffscreenWindow &offscreen)
 	if (egl.ctx == EGL_NO_CONTEXT)
 		return "EGL gives no OpenGL ES 2 context";
 	const EGLint surface_attributes[] = {
-	    EGL_WIDTH, 2 * kViewportWidth, EGL_HEIGHT, kViewportHeight, EGL_NONE};
+	    EGL_WIDTH, 2 * ANIMATION_VIEWPORT_WIDTH, EGL_HEIGHT, ANIMATION_VIEWPORT_HEIGHT, EGL_NONE};
 	const EGLSurface surface = eglCreatePbufferSurface(egl.dpy, egl.conf, surface_attributes);
 	if (surface == EGL_NO_SURFACE)
 		return "EGL gives no surface in memory";
@@ -106,7 +104,7 @@ OffscreenWindowPtr open_offscreen_window(std::string *error)
 	offscreen->display.window = &offscreen->window;
 	struct window &window = offscreen->window;
 	window.display = &offscreen->display;
-	window.geometry = {kViewportWidth, kViewportHeight};
+	window.geometry = {ANIMATION_VIEWPORT_WIDTH, ANIMATION_VIEWPORT_HEIGHT};
 	window.window_size = window.geometry;
 	window.buffer_size = kBufferSize;
 	window.frame_sync = 1;

@@ -13,31 +13,29 @@
 #include <render/platform.h>
 #include <render/shared_context.h>
 
+PFNEGLCREATEIMAGEKHRPROC f_eglCreateImageKHR;
+PFNGLEGLIMAGETARGETTEXTURE2DOESPROC f_glEGLImageTargetTexture2DOES;
+PFNEGLDESTROYIMAGEKHRPROC f_eglDestroyImageKHR;
+
 namespace
 {
 
 /* The unstable protocol's revision; not the version of its interfaces, which is 1. */
 constexpr int32_t kXdgShellRevision = 5;
 
+/* clang-format off */
 constexpr EGLint kConfigAttributes[] = {
-    EGL_SURFACE_TYPE,
-    EGL_WINDOW_BIT, //
-    EGL_RED_SIZE,
-    1, //
-    EGL_GREEN_SIZE,
-    1, //
-    EGL_BLUE_SIZE,
-    1, //
-    EGL_ALPHA_SIZE,
-    1, //
-    EGL_RENDERABLE_TYPE,
-    EGL_OPENGL_ES2_BIT, //
-    EGL_SAMPLE_BUFFERS,
-    1, //
-    EGL_SAMPLES,
-    4, //
-    EGL_NONE,
+	EGL_SURFACE_TYPE, EGL_WINDOW_BIT,
+	EGL_RED_SIZE, 1,
+	EGL_GREEN_SIZE, 1,
+	EGL_BLUE_SIZE, 1,
+	EGL_ALPHA_SIZE, 1,
+	EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT,
+	EGL_SAMPLE_BUFFERS, 1,
+	EGL_SAMPLES, 4,
+	EGL_NONE,
 };
+/* clang-format on */
 
 /* The first of the matching configs whose buffer size is the wanted one; NULL without any. */
 EGLConfig choose_config(EGLDisplay dpy, EGLint buffer_size)

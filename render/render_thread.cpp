@@ -23,8 +23,6 @@ namespace
 {
 
 constexpr double kVersion = 2.851;
-constexpr int kViewportWidth = 1152;
-constexpr int kViewportHeight = 576;
 constexpr int kBufferSize = 32;
 constexpr useconds_t kTurnSleep = 20000; /* microseconds */
 
@@ -72,7 +70,7 @@ void finish_first_turn()
 
 void configure(struct window *window)
 {
-	window->geometry = {kViewportWidth, kViewportHeight};
+	window->geometry = {ANIMATION_VIEWPORT_WIDTH, ANIMATION_VIEWPORT_HEIGHT};
 	window->window_size = window->geometry;
 	window->buffer_size = kBufferSize;
 	window->frame_sync = 1;

@@ -84,8 +84,7 @@ std::deque<TracedFrame> take_trace()
 	return std::exchange(frames, {});
 }
 
-/* ---- In front of the library, in the order of a frame's way -----------------------------------
- */
+/* ---- In front of the library, in the order of a frame's way --------------------------------- */
 
 GstFlowReturn pad_new_sample(GstElement *sink, CustomData *dataplayer)
 {

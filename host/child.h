@@ -1,6 +1,5 @@
 /* The program that runs on the host. */
-#ifndef HOST_CHILD_H
-#define HOST_CHILD_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -14,5 +13,3 @@ pid_t start_child(
 
 /* What a shell makes of a wait status: the exit status, or 128 and the signal's number. */
 int exit_status_of(int wait_status);
-
-#endif

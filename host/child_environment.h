@@ -1,5 +1,4 @@
-#ifndef HOST_CHILD_ENVIRONMENT_H
-#define HOST_CHILD_ENVIRONMENT_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -9,5 +8,3 @@
  * PC, and what puts the host's companions in the place of parts that only the unit has; the folder
  * may be filled for that. */
 std::vector<std::string> child_environment(const std::string &folder, const std::string &socket);
-
-#endif

@@ -11,8 +11,7 @@
  *     setenv("WAYLAND_DISPLAY", compositor_socket(*compositor).c_str(), 1);
  *     start_compositor_thread(*compositor);
  */
-#ifndef HOST_COMPOSITOR_H
-#define HOST_COMPOSITOR_H
+#pragma once
 
 #include <chrono>
 #include <cstdint>
@@ -93,5 +92,3 @@ CompositorRecord compositor_record(Compositor &compositor);
  * called with the record locked and must not call the compositor. */
 bool await_record(Compositor &compositor, std::chrono::milliseconds limit,
     const std::function<bool(const CompositorRecord &)> &test);
-
-#endif

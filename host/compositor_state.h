@@ -1,6 +1,5 @@
 /* The compositor's record, shared by the files that serve its protocols. */
-#ifndef HOST_COMPOSITOR_STATE_H
-#define HOST_COMPOSITOR_STATE_H
+#pragma once
 
 #include <atomic>
 #include <condition_variable>
@@ -61,5 +60,3 @@ void answer_callbacks(wl_list *callbacks);
 
 /* A request as CompositorRecord tells it. */
 std::string request_text(const wl_protocol_logger_message &message);
-
-#endif

@@ -50,8 +50,7 @@ constexpr unsigned kBytesPerPixel = 4;
 constexpr EGLint kRefusalInEgl = EGL_BAD_DISPLAY;
 thread_local EGLint refusal = EGL_SUCCESS;
 
-/* ---- The EGL behind ---------------------------------------------------------------------------
- */
+/* ---- The EGL behind ------------------------------------------------------------------------- */
 
 template <typename Function>
 Function behind(const char *name)
@@ -92,8 +91,7 @@ bool egl_imports(EGLDisplay display)
 	return !extensions || has_word(extensions, "EGL_EXT_image_dma_buf_import");
 }
 
-/* ---- The request ------------------------------------------------------------------------------
- */
+/* ---- The request ---------------------------------------------------------------------------- */
 
 struct Plane {
 	EGLint fd;
@@ -221,8 +219,7 @@ EGLint read_request(const EGLint *attributes, Request &request)
 	return EGL_SUCCESS;
 }
 
-/* ---- The picture ------------------------------------------------------------------------------
- */
+/* ---- The picture ---------------------------------------------------------------------------- */
 
 class Mapping
 {
@@ -291,8 +288,7 @@ EGLint convert(const Request &request, Pixels &pixels)
 	return EGL_SUCCESS;
 }
 
-/* ---- The image --------------------------------------------------------------------------------
- */
+/* ---- The image ------------------------------------------------------------------------------ */
 
 /* The caller's GL state that an upload depends on or changes. */
 class UploadState
@@ -395,8 +391,7 @@ EGLImageKHR import_picture(EGLDisplay display, const EGLint *attributes)
 
 } // namespace
 
-/* ---- In front of EGL --------------------------------------------------------------------------
- */
+/* ---- In front of EGL ------------------------------------------------------------------------ */
 
 EXPORTED EGLImageKHR EGLAPIENTRY eglCreateImageKHR(EGLDisplay display, EGLContext context,
     EGLenum target, EGLClientBuffer buffer, const EGLint *attributes)

@@ -210,8 +210,7 @@ static GstFlowReturn transform_frame(
 	return GST_FLOW_OK;
 }
 
-/* ---- Life -------------------------------------------------------------------------------------
- */
+/* ---- Life ----------------------------------------------------------------------------------- */
 
 static GstStateChangeReturn change_state(GstElement *element, GstStateChange change)
 {

@@ -7,12 +7,9 @@
  * come back, also over a flush and a change of caps, since a receiver may keep a number after it
  * has let go of the buffer. Of the free buffers the one that came back first is written next.
  */
-#ifndef HOST_PADDED_FRAMES_H
-#define HOST_PADDED_FRAMES_H
+#pragma once
 
 #include <gst/gst.h>
 
 /* A floating reference. */
 GstElement *padded_frames_new();
-
-#endif

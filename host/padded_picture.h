@@ -4,8 +4,7 @@
  *
  * Pure functions on the caller's memory: any thread, no allocation.
  */
-#ifndef HOST_PADDED_PICTURE_H
-#define HOST_PADDED_PICTURE_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -33,5 +32,3 @@ size_t size_of(const PaddedPicture &picture);
 /* Writes the image and repeats its outermost pixels over the border, so that nothing foreign is
  * mixed in where the edge is sampled between two pixels. */
 void write_image(const PaddedPicture &picture, const I420Image &image, uint8_t *planes);
-
-#endif

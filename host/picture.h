@@ -1,6 +1,5 @@
 /* One picture of the surface in memory. */
-#ifndef HOST_PICTURE_H
-#define HOST_PICTURE_H
+#pragma once
 
 #include <cstddef>
 
@@ -19,5 +18,3 @@ constexpr int kSurfaceHeight = 576;
 
 /* The unit's rate, at which recordings play whatever the speed of the machine that made them. */
 constexpr int kPicturesPerSecond = 50;
-
-#endif

@@ -1,6 +1,5 @@
 /* A window on the desktop that shows the pictures, scaled down to fit the screen. */
-#ifndef HOST_PREVIEW_WINDOW_H
-#define HOST_PREVIEW_WINDOW_H
+#pragma once
 
 #include <memory>
 #include <string>
@@ -24,5 +23,3 @@ bool preview_picture(PreviewWindow &window, const Picture &picture, std::string 
 
 /* Handles what the user did to the window. False once they closed it. */
 bool service_preview_window(PreviewWindow &window);
-
-#endif

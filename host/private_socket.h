@@ -1,6 +1,5 @@
 /* A listening socket that only this user can find, and that leaves nothing behind. */
-#ifndef HOST_PRIVATE_SOCKET_H
-#define HOST_PRIVATE_SOCKET_H
+#pragma once
 
 #include <string>
 
@@ -15,5 +14,3 @@ bool open_private_socket(PrivateSocket *socket, std::string *error);
 
 /* Removes the folder with all that is in it. Accepts a socket that was never opened. */
 void remove_private_folder(PrivateSocket *socket);
-
-#endif

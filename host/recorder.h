@@ -1,6 +1,5 @@
 /* Pictures into an MP4 file with H.264 video, one picture one video frame. */
-#ifndef HOST_RECORDER_H
-#define HOST_RECORDER_H
+#pragma once
 
 #include <memory>
 #include <string>
@@ -24,5 +23,3 @@ bool record_picture(Recorder &recorder, const Picture &picture, std::string *err
 
 /* Encodes what is left and ends the file; a file without pictures is removed and is a failure. */
 bool finish_recording(Recorder &recorder, std::string *error);
-
-#endif

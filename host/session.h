@@ -1,5 +1,4 @@
-#ifndef HOST_SESSION_H
-#define HOST_SESSION_H
+#pragma once
 
 #include <host/sink_arguments.h>
 
@@ -18,5 +17,3 @@ void block_session_signals();
  * program it is 0, unless the program crashed on the way. 1 if a sink failed, 126 or 127 if the
  * program cannot be executed or found; the reason is on the standard error. */
 int run_session(const SessionOptions &options);
-
-#endif

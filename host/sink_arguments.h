@@ -1,7 +1,6 @@
 /* The command-line options that decide where pictures go, the same in every program that has
  * sinks: --window, --record FILE.mp4, --snapshot N=FILE.png (repeatable), --frames N. */
-#ifndef HOST_SINK_ARGUMENTS_H
-#define HOST_SINK_ARGUMENTS_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -29,5 +28,3 @@ ArgumentResult take_sink_argument(
 
 /* A whole number from 1 up, and nothing after it; *value stays if it is none. */
 bool parse_count(const std::string &text, std::uint64_t *value);
-
-#endif

@@ -8,8 +8,7 @@
  *     while (sinks && more && show_picture(*sinks, picture)) ...
  *     if (!finish_sinks(*sinks, &error)) ...
  */
-#ifndef HOST_SINKS_H
-#define HOST_SINKS_H
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -53,5 +52,3 @@ bool service_sinks(Sinks &sinks);
  * reached, with all reasons in *error; a window closed by the user is no failure. Destroying sinks
  * that were not finished ends the files too and drops what there is to report. */
 bool finish_sinks(Sinks &sinks, std::string *error);
-
-#endif

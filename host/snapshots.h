@@ -1,6 +1,5 @@
 /* Single pictures into PNG files. */
-#ifndef HOST_SNAPSHOTS_H
-#define HOST_SNAPSHOTS_H
+#pragma once
 
 #include <cstdint>
 #include <cstdio>
@@ -39,5 +38,3 @@ bool take_snapshots(std::vector<PendingSnapshot> *pending, std::uint64_t number,
 
 /* Removes the files of what is still pending, and tells in *error, if any, of which. */
 bool drop_snapshots(std::vector<PendingSnapshot> *pending, std::string *error);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef HOST_UNFINISHED_FILE_H
-#define HOST_UNFINISHED_FILE_H
+#pragma once
 
 #include <filesystem>
 #include <string>
@@ -11,5 +10,3 @@ inline void remove_unfinished_file(const std::string &path)
 	if (std::filesystem::is_regular_file(path, ignored))
 		std::filesystem::remove(path, ignored);
 }
-
-#endif

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-#include "play/performance.h"
+#include <play/performance.h>
 
 namespace
 {

@@ -4,8 +4,8 @@
 
 #include <render/render.h>
 
-#include "play/performance.h"
-#include "play/stage.h"
+#include <play/performance.h>
+#include <play/stage.h>
 
 namespace
 {

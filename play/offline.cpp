@@ -2,9 +2,9 @@
 
 #include <host/picture.h>
 
-#include "play/offscreen_window.h"
-#include "play/performance.h"
-#include "play/stage.h"
+#include <play/offscreen_window.h>
+#include <play/performance.h>
+#include <play/stage.h>
 
 namespace
 {

@@ -1,4 +1,4 @@
-#include "play/offscreen_window.h"
+#include <play/offscreen_window.h>
 
 #include <algorithm>
 #include <array>

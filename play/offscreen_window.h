@@ -10,8 +10,7 @@
  *
  * Drawing is done in software, so that the same turns give the same pictures on every PC.
  */
-#ifndef PLAY_OFFSCREEN_WINDOW_H
-#define PLAY_OFFSCREEN_WINDOW_H
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -60,5 +59,3 @@ bool draw_turn(OffscreenWindow &offscreen);
 
 /* The picture that the last turn swapped. The vector of *picture is reused. */
 void read_picture(const OffscreenWindow &offscreen, OffscreenPicture *picture);
-
-#endif

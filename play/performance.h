@@ -1,12 +1,11 @@
 /* Two ways to play a scene from its first frame to its last. */
-#ifndef PLAY_PERFORMANCE_H
-#define PLAY_PERFORMANCE_H
+#pragma once
 
 #include <string>
 
 #include <host/sink_arguments.h>
 
-#include "play/scene.h"
+#include <play/scene.h>
 
 /* Turn by turn on an offscreen window, without waiting: each turn gives the sinks one picture, that
  * of frame n being picture n + 1. Where a turn draws nothing, the picture before it stands. False
@@ -16,5 +15,3 @@ bool play_offline(const Scene &scene, const SinkArguments &arguments, std::strin
 /* On the Wayland display that the environment names, at the library's own pace; to the end of the
  * scene, or until SIGINT or SIGTERM. False with *error set. */
 bool play_live(const Scene &scene, std::string *error);
-
-#endif

@@ -1,4 +1,4 @@
-#include "play/picture_files.h"
+#include <play/picture_files.h>
 
 #include <array>
 #include <cstdint>

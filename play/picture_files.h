@@ -1,7 +1,6 @@
 /* A look at a picture file before the scene starts: the library reports a file that it cannot use
  * only in passing and shows nothing, a designer wants to be told. */
-#ifndef PLAY_PICTURE_FILES_H
-#define PLAY_PICTURE_FILES_H
+#pragma once
 
 #include <string>
 
@@ -14,5 +13,3 @@ PictureFormat picture_format(const std::string &path);
 
 /* What keeps the library from showing the file upright and in its colours; empty if nothing. */
 std::string picture_fault(const std::string &path);
-
-#endif

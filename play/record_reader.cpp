@@ -1,9 +1,9 @@
-#include "play/record_reader.h"
+#include <play/record_reader.h>
 
 #include <algorithm>
 #include <iterator>
 
-#include "play/picture_files.h"
+#include <play/picture_files.h>
 
 namespace
 {

@@ -1,14 +1,13 @@
 /* From the members of a scene file to a parameter record. All functions throw SceneError. */
-#ifndef PLAY_RECORD_READER_H
-#define PLAY_RECORD_READER_H
+#pragma once
 
 #include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "play/scene.h"
-#include "play/scene_file.h"
+#include <play/scene.h>
+#include <play/scene_file.h>
 
 /* Where the thing of that name stands in the list. */
 template <class Named>
@@ -34,5 +33,3 @@ std::string read_picture_path(const Value &value);
 
 /* A picture in memory; its pixels go to the scene. */
 TextureData read_texture_data(Scene &scene, const Value &value);
-
-#endif

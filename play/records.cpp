@@ -1,4 +1,4 @@
-#include "play/records.h"
+#include <play/records.h>
 
 #include <algorithm>
 #include <cstddef>

@@ -1,7 +1,6 @@
 /* The parameter records as a scene fills them: one table per animation type tells which fields the
  * type has and how each is read. */
-#ifndef PLAY_RECORDS_H
-#define PLAY_RECORDS_H
+#pragma once
 
 #include <cstddef>
 #include <span>
@@ -10,7 +9,7 @@
 
 #include <animation/animation.h>
 
-#include "play/scene_file.h"
+#include <play/scene_file.h>
 
 enum class FieldKind {
 	count,        /* uint32_t */
@@ -72,5 +71,3 @@ void read_field(Record &record, const Field &field, const Value &value);
 
 /* Points the record at its own arrays: after each copy and before each call. */
 void wire(Record &record);
-
-#endif

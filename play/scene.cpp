@@ -1,10 +1,10 @@
-#include "play/scene.h"
+#include <play/scene.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 
-#include "play/record_reader.h"
+#include <play/record_reader.h>
 
 namespace
 {

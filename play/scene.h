@@ -1,7 +1,6 @@
 /* A scene: what a scene file says, checked and ready to be called. docs/scenes.md tells the
  * format. */
-#ifndef PLAY_SCENE_H
-#define PLAY_SCENE_H
+#pragma once
 
 #include <cstdint>
 #include <deque>
@@ -11,7 +10,7 @@
 
 #include <player/player.h>
 
-#include "play/records.h"
+#include <play/records.h>
 
 /* A texture that is made before the scene starts. */
 struct Handle {
@@ -83,5 +82,3 @@ bool has_stream(const Scene &scene);
  * folder of the process, since the file's paths start there and a record's paths have to be short.
  */
 Scene read_scene(const std::string &path);
-
-#endif

@@ -1,4 +1,4 @@
-#include "play/scene_file.h"
+#include <play/scene_file.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,6 @@
 /* The text of a scene: JSON values that know where in the file they stand, so that every complaint
  * names the file, the line and what was expected there. Line comments are allowed. */
-#ifndef PLAY_SCENE_FILE_H
-#define PLAY_SCENE_FILE_H
+#pragma once
 
 #include <cstdint>
 #include <initializer_list>
@@ -64,5 +63,3 @@ int read_word(const Value &value, std::span<const Word> words);
 
 /* An array of exactly this many numbers. */
 std::vector<float> read_numbers(const Value &value, std::size_t count);
-
-#endif

@@ -1,4 +1,4 @@
-#include "play/stage.h"
+#include <play/stage.h>
 
 #include <algorithm>
 #include <chrono>

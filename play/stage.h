@@ -1,13 +1,12 @@
 /* A scene being played: the public calls that its steps come to, and which object answers to which
  * name. Used on the thread that called Init or opened the offscreen window. */
-#ifndef PLAY_STAGE_H
-#define PLAY_STAGE_H
+#pragma once
 
 #include <deque>
 #include <string>
 #include <vector>
 
-#include "play/scene.h"
+#include <play/scene.h>
 
 struct Stage {
 	const Scene *scene;
@@ -32,5 +31,3 @@ void clear_stage(Stage &stage);
 
 /* Deletes the texture handles. Every object has gone by now. */
 void close_stage(Stage &stage);
-
-#endif

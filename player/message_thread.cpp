@@ -180,7 +180,7 @@ void close_loop()
 	loop = nullptr;
 }
 
-} /* namespace */
+} // namespace
 
 void quit_loop()
 {

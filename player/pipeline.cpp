@@ -52,7 +52,7 @@ void give_back(GstElement *element)
 		gst_object_unref(element);
 }
 
-} /* namespace */
+} // namespace
 
 StateChangeResult change_state_within(GstElement *pipeline, GstState state, guint64 limit)
 {

@@ -178,7 +178,7 @@ bool is_video_or_none(unsigned int id)
 	return false;
 }
 
-} /* namespace */
+} // namespace
 
 void print_time(const char *time_type)
 {

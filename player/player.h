@@ -113,8 +113,7 @@ int livetest(const char *ip);
 /* Internet checksum (RFC 1071) of len bytes. */
 unsigned short cal_chksum(const unsigned short *addr, int len);
 
-/* ---- Steps of a playback ----------------------------------------------------------------------
- */
+/* ---- Steps of a playback -------------------------------------------------------------------- */
 
 /* 1 until the first frame of a playback has come. Not to be written. */
 extern int first_frame;

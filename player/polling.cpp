@@ -45,7 +45,7 @@ int log_buffering(GstElement *pipeline, GstQuery *query)
 	return percent;
 }
 
-} /* namespace */
+} // namespace
 
 gboolean IsGSTStatePlaying(void)
 {

@@ -114,7 +114,7 @@ void deliver(CustomData &player, const BufferInfoGST &binfo)
 	pthread_mutex_unlock(&g_mutex);
 }
 
-} /* namespace */
+} // namespace
 
 GstFlowReturn pad_new_sample(GstElement *sink, CustomData *dataplayer)
 {

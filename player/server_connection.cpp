@@ -110,7 +110,7 @@ void hang_up(const Connections &fresh)
 	}
 }
 
-} /* namespace */
+} // namespace
 
 Connections open_connections()
 {

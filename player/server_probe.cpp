@@ -114,7 +114,7 @@ bool wait_for_answer(int sockfd)
 	return false;
 }
 
-} /* namespace */
+} // namespace
 
 int check_server(const char *uri)
 {

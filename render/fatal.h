@@ -4,8 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-/* Names the failed condition on the standard error and ends the process, the application included.
- */
+/* Names the failed condition on the standard error and ends the process with the application. */
 [[noreturn]] inline void fatal_condition(const char *where, const char *condition)
 {
 	std::fprintf(stderr, "animation: %s: start-up condition failed: %s\n", where, condition);

@@ -4,6 +4,7 @@ namespace
 {
 
 constexpr Pixel kPictures[3] = {kRed, kGreen, {0, 0, 0, 128}};
+constexpr uint16_t kNone = ANIMATION_NO_TEXTURE;
 
 struct BackgroundTest : OffscreenTest {
 	Backgroud_animationpara para = whole_viewport<Backgroud_animationpara>();
@@ -27,16 +28,15 @@ struct BackgroundTest : OffscreenTest {
 		EXPECT_EQ(object(id).status, fades ? ST_FADEIN : ST_SHOW);
 		EXPECT_EQ(drawn.blendingmode & ~BLD_ALPHA_MASK, fades ? BLD_SOURCE_OVER : BLD_SOURCE);
 		EXPECT_EQ(drawn.prealpha0, fades ? 1.0f - progress : 1.0f);
-		if (fades) {
-			EXPECT_EQ(drawn.prealpha1, progress);
-		}
+		EXPECT_EQ(drawn.prealpha1, fades ? progress : drawn.prealpha1);
 		EXPECT_TRUE(drawn.repaint);
 	}
 
-	void update(unsigned int id, UpdateMode mode)
+	void update(unsigned int id, UpdateMode mode, float progress_then)
 	{
 		para.update = mode;
 		UpdateAnimationObj(id, &para);
+		expect_frame(id, progress_then);
 	}
 };
 
@@ -52,16 +52,14 @@ TEST_F(BackgroundTest, FadesToTheSecondPictureAndStaysThere)
 		EXPECT_EQ(bound_texture(2), drawn.textures[2]);
 		EXPECT_TRUE(drawn.blendingmode & BLD_ALPHA_MASK);
 	}
-	EXPECT_EQ(read_texture(drawn.textures[0], 1, 1)[0], kGreen);
 	expect_frame(id, -1);
+	EXPECT_EQ(read_texture(bound_texture(0), 1, 1)[0], kGreen);
 
 	/* New pictures start over, a new strip does not. */
-	update(id, UPD_TEXS);
-	expect_frame(id, 0);
+	update(id, UPD_TEXS, 0);
 	/* The record is replaced as a whole, the fade's target with it: a caller names it anew. */
 	para.textures.mask_index = 1;
-	update(id, UPD_COORDS);
-	expect_frame(id, 1 / 3.0f);
+	update(id, UPD_COORDS, 1 / 3.0f);
 }
 
 TEST_F(BackgroundTest, CountsPictures)
@@ -74,10 +72,10 @@ TEST_F(BackgroundTest, CountsPictures)
 		uint32_t in_frame = 4;
 	};
 	for (const Case &c :
-	    {Case{0, 128, 128, RENDER_CONSTANT, -1}, {1, 128, 128, RENDER_TEXTURED, -1},
-	        {1, 128, 0, RENDER_CONSTANT, -1}, {2, 128, 128, RENDER_TEXTURED, -1, 0},
-	        {2, 1, 1, RENDER_TEXTURED, 0}, {2, 128, 1, RENDER_TEXTURED, -1},
-	        {2, 0, 1, RENDER_CONSTANT, 0}, {3, 128, 1, RENDER_TEXTURED, 0}}) {
+	    {Case{0, kNone, kNone, RENDER_CONSTANT, -1}, {1, kNone, kNone, RENDER_TEXTURED, -1},
+	        {1, kNone, 0, RENDER_CONSTANT, -1}, {2, kNone, kNone, RENDER_TEXTURED, -1, 0},
+	        {2, 1, 1, RENDER_TEXTURED, 0}, {2, kNone, 1, RENDER_TEXTURED, -1},
+	        {2, 0, 1, RENDER_CONSTANT, 0}, {3, kNone, 1, RENDER_TEXTURED, 0}}) {
 		SCOPED_TRACE(testing::Message() << c.textures << ", " << c.mask << ", " << c.alpha);
 		para.textures.mask_index = c.mask;
 		para.textures.alpha_index = c.alpha;
@@ -90,20 +88,18 @@ TEST_F(BackgroundTest, CountsPictures)
 TEST_F(BackgroundTest, TakesAnUpdateBeforeItsFirstFrame)
 {
 	const unsigned int id = create(1, 0);
-	update(id, UPD_MISC); /* nothing is set up */
-	expect_frame(id, -1);
-	EXPECT_EQ(object(id).renderobj->coordnum, 0U);
+	const RenderObj &drawn = *object(id).renderobj;
+	update(id, UPD_MISC, -1); /* nothing is set up */
+	EXPECT_EQ(drawn.coordnum, 0U);
 	EXPECT_EQ(object(id).curframeno, 65536U);
-	update(id, UPD_COORDS);
-	expect_frame(id, -1);
-	EXPECT_EQ(object(id).renderobj->coordnum, 4U);
-	EXPECT_EQ(object(id).renderobj->tex_num, 0U);
+	update(id, UPD_COORDS, -1);
+	EXPECT_EQ(drawn.coordnum, 4U);
+	EXPECT_EQ(drawn.tex_num, 0U);
 
 	object(id).curframeno = 65535; /* as after 22 minutes: everything is set up anew */
-	update(id, UPD_COORDS);
-	expect_frame(id, -1);
+	update(id, UPD_COORDS, -1);
 	EXPECT_EQ(object(id).curframeno, 1U);
-	EXPECT_EQ(object(id).renderobj->tex_num, 1U);
+	EXPECT_EQ(drawn.tex_num, 1U);
 }
 
 } // namespace

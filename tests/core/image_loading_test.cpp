@@ -16,46 +16,31 @@ namespace
 constexpr Pixel kMarker = {1, 2, 3, 4};
 
 struct ImageLoadingTest : OffscreenTest {
-	TempFolder folder;
+	Folder folder;
 	GLuint texture = solid_texture(kMarker);
-	std::size_t descriptors = open_descriptors();
+	long descriptors = open_descriptors();
 	std::size_t memory = mallinfo2().uordblks;
 
 	void TearDown() override
 	{
+		EXPECT_EQ(open_descriptors(), descriptors);
+		EXPECT_LT(mallinfo2().uordblks, memory + 100000);
 		DeleteTexture(texture);
 		OffscreenTest::TearDown();
 	}
 
-	/* Loads with the texture bound, and keeps what is printed on both channels. */
-	template <class Load>
-	int load(Load loader)
+	using Loader = int (*)(GLuint, const char *);
+
+	/* Loads a file with the texture bound, and keeps what is printed. */
+	int load(Loader loader, const Bytes &content)
 	{
+		const std::string path = folder.file("picture", content);
 		glBindTexture(GL_TEXTURE_2D, texture);
 		testing::internal::CaptureStdout();
 		testing::internal::CaptureStderr();
-		const int result = loader();
-		out = testing::internal::GetCapturedStdout();
-		err = testing::internal::GetCapturedStderr();
+		const int result = loader(texture, path.c_str());
+		printed = testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
 		return result;
-	}
-
-	int load_bmp(const Bytes &content)
-	{
-		const std::string path = folder.file("picture", content);
-		return load([&] { return load_texture_bmp(texture, path.c_str()); });
-	}
-
-	int load_png(const Bytes &content)
-	{
-		const std::string path = folder.file("picture", content);
-		return load([&] { return load_texture_png(texture, path.c_str()); });
-	}
-
-	void expect_no_leak() const
-	{
-		EXPECT_EQ(open_descriptors(), descriptors);
-		EXPECT_LT(mallinfo2().uordblks, memory + 100000);
 	}
 
 	bool is_untouched()
@@ -63,81 +48,57 @@ struct ImageLoadingTest : OffscreenTest {
 		return read_texture(texture, 1, 1)[0] == kMarker;
 	}
 
-	std::string out;
-	std::string err;
+	std::string printed;
 };
 
-TEST_F(ImageLoadingTest, TakesTheFourPixelTypes)
+TEST_F(ImageLoadingTest, ReadsPictures)
 {
-	const Bytes bytes = {10, 20, 30, 40, 50, 60};
-	auto upload = [&](int type) {
-		EXPECT_EQ(load([&] { return load_texture(texture, 1, 1, type, bytes.data()); }), 0);
-		EXPECT_EQ(out + err, "");
-	};
-	upload(GL_BGRA_EXT);
-	EXPECT_EQ(read_texture(texture, 1, 1)[0], (Pixel{10, 20, 30, 40}));
-	upload(GL_RGB);
-	EXPECT_EQ(read_texture(texture, 1, 1)[0], (Pixel{30, 20, 10, 255}));
-	upload(GL_LUMINANCE);
-	upload(GL_LUMINANCE_ALPHA);
-
-	EXPECT_EQ(load([&] { return load_texture(texture, 1, 1, GL_RGBA, bytes.data()); }), -1);
-	EXPECT_EQ(out, "Incorrect texture type 1908\n");
-	const std::string path = folder.file("raw", bytes);
-	EXPECT_EQ(load([&] {
-		return load_texture_from_raw_file(texture, 1, 1, GL_LUMINANCE, path.c_str(), 0);
-	}),
-	    -1);
-}
-
-TEST_F(ImageLoadingTest, ReadsBitmapsAsTheyLie)
-{
-	Bytes pixels(64 * 32 * 4);
-	std::mt19937 random(1);
-	std::ranges::generate(pixels, [&] { return static_cast<std::uint8_t>(random()); });
-	ASSERT_EQ(load_bmp(bmp({.width = 64, .height = 32, .offset = 138}, pixels)), 0);
-	const auto seen = read_texture(texture, 64, 32);
-	EXPECT_EQ(memcmp(seen.data(), pixels.data(), pixels.size()), 0);
-
-	/* 24 bits: the first byte is red, and rows have no padding. What follows is ignored. */
-	ASSERT_EQ(
-	    load_bmp(bmp({.width = 1, .height = 2, .bits_per_pixel = 24}, {1, 2, 3, 4, 5, 6, 7, 8, 9})),
-	    0);
-	EXPECT_EQ(read_texture(texture, 1, 2), (std::vector<Pixel>{{3, 2, 1}, {6, 5, 4}}));
-	EXPECT_EQ(out + err, "");
-}
-
-TEST_F(ImageLoadingTest, ReadsPicturesWithAlpha)
-{
+	const Png colour = {1, 2, PNG_COLOR_TYPE_RGBA}, grey = {1, 1, PNG_COLOR_TYPE_GRAY_ALPHA},
+	          deep = {1, 1, PNG_COLOR_TYPE_RGBA, 16},
+	          transparent_grey = {2, 1, PNG_COLOR_TYPE_GRAY, 8, true},
+	          palette_of_one_bit = {2, 1, PNG_COLOR_TYPE_PALETTE, 1, true};
 	struct Case {
-		const char *name;
-		Png header;
-		Bytes pixels;
-		std::vector<Pixel> expected; /* bottom row first; none: refused */
+		Loader loader;
+		Bytes file;
+		int width, height;
+		std::vector<Pixel> expected; /* bottom row first */
 	};
 	const Case cases[] = {
-	    {"colour", {1, 2, PNG_COLOR_TYPE_RGBA}, {1, 2, 3, 4, 5, 6, 7, 8},
+	    {load_texture_bmp, bmp({1, 2, 32, 138}, {1, 2, 3, 4, 5, 6, 7, 8}), 1, 2,
+	        {{1, 2, 3, 4}, {5, 6, 7, 8}}},
+	    /* The first byte is red, and rows have no padding. What follows is ignored. */
+	    {load_texture_bmp, bmp({1, 2, 24}, {1, 2, 3, 4, 5, 6, 7, 8, 9}), 1, 2,
+	        {{3, 2, 1}, {6, 5, 4}}},
+	    {load_texture_png, png(colour, {1, 2, 3, 4, 5, 6, 7, 8}), 1, 2,
 	        {{7, 6, 5, 8}, {3, 2, 1, 4}}},
-	    {"grey", {1, 1, PNG_COLOR_TYPE_GRAY_ALPHA}, {9, 100}, {{9, 9, 9, 100}}},
-	    {"16 bits", {1, 1, PNG_COLOR_TYPE_RGBA, 16}, {1, 0, 2, 0, 3, 0, 255, 255},
-	        {{3, 2, 1, 255}}},
-	    {"grey with a transparent value", {2, 1, PNG_COLOR_TYPE_GRAY, 8, true}, {0, 7},
-	        {{0, 0, 0, 0}, {7, 7, 7, 255}}},
-	    {"palette of one bit with a transparent entry", {2, 1, PNG_COLOR_TYPE_PALETTE, 1, true},
-	        {0x40}, {{0, 0, 0, 0}, {30, 20, 10, 255}}},
-	    {"opaque grey", {1, 1, PNG_COLOR_TYPE_GRAY}, {9}, {}},
-	    {"opaque colour", {1, 1, PNG_COLOR_TYPE_RGB}, {1, 2, 3}, {}},
+	    {load_texture_png, png(grey, {9, 100}), 1, 1, {{9, 9, 9, 100}}},
+	    {load_texture_png, png(deep, {1, 0, 2, 0, 3, 0, 255, 255}), 1, 1, {{3, 2, 1, 255}}},
+	    {load_texture_png, png(transparent_grey, {0, 7}), 2, 1, {{0, 0, 0, 0}, {7, 7, 7, 255}}},
+	    {load_texture_png, png(palette_of_one_bit, {0x40}), 2, 1,
+	        {{0, 0, 0, 0}, {30, 20, 10, 255}}},
 	};
 	for (const Case &c : cases) {
-		SCOPED_TRACE(c.name);
-		const auto width = static_cast<int>(c.header.width);
-		const auto height = static_cast<int>(c.header.height);
-		EXPECT_EQ(load_png(png(c.header, c.pixels)), c.expected.empty() ? -1 : 0);
-		EXPECT_EQ(out + err, "");
-		if (!c.expected.empty()) {
-			EXPECT_EQ(read_texture(texture, width, height), c.expected);
-		}
+		EXPECT_EQ(load(c.loader, c.file), 0);
+		EXPECT_EQ(printed, "");
+		EXPECT_EQ(read_texture(texture, c.width, c.height), c.expected);
 	}
+}
+
+TEST_F(ImageLoadingTest, RefusesOtherPixelTypes)
+{
+	const Loader rgba = [](GLuint tex, const char *data) {
+		return load_texture(tex, 1, 1, GL_RGBA, data);
+	};
+	EXPECT_EQ(load(rgba, {}), -1);
+	EXPECT_EQ(printed, "Incorrect texture type 1908\n");
+	const Loader luminance = [](GLuint tex, const char *path) {
+		return load_texture_from_raw_file(tex, 1, 1, GL_LUMINANCE, path, 0);
+	};
+	EXPECT_EQ(load(luminance, Bytes(64)), -1);
+	EXPECT_EQ(load(load_texture_png, png({1, 1, PNG_COLOR_TYPE_GRAY}, {9})), -1);
+	EXPECT_EQ(load(load_texture_png, png({1, 1, PNG_COLOR_TYPE_RGB}, {1, 2, 3})), -1);
+	EXPECT_EQ(printed, ""); /* an opaque picture is refused in silence */
+	EXPECT_TRUE(is_untouched());
 }
 
 TEST_F(ImageLoadingTest, RefusesBrokenBitmaps)
@@ -163,14 +124,14 @@ TEST_F(ImageLoadingTest, RefusesBrokenBitmaps)
 	    {{4, 4, 32, 0xFFFFFF00}, 64, "Invalid size "},
 	};
 	for (const Case &c : cases) {
-		EXPECT_EQ(load_bmp(bmp(c.header, {pixels.begin(), pixels.begin() + c.pixels})), -1);
-		EXPECT_EQ(out.rfind(c.report, 0), 0U) << out << "in place of " << c.report;
+		EXPECT_EQ(
+		    load(load_texture_bmp, bmp(c.header, {pixels.begin(), pixels.begin() + c.pixels})), -1);
+		EXPECT_EQ(printed.rfind(c.report, 0), 0U) << printed << "in place of " << c.report;
 	}
 	const Bytes header = bmp({}, {});
 	for (std::size_t size = 0; size < header.size(); size++)
-		EXPECT_EQ(load_bmp({header.begin(), header.begin() + size}), -1) << size;
+		EXPECT_EQ(load(load_texture_bmp, {header.begin(), header.begin() + size}), -1) << size;
 	EXPECT_TRUE(is_untouched());
-	expect_no_leak();
 }
 
 /* No damage crashes, leaks or changes the texture unless the picture loads all the same. */
@@ -180,13 +141,13 @@ TEST_F(ImageLoadingTest, SurvivesDamagedPictures)
 	Bytes pixels(24 * 17 * 4);
 	std::ranges::generate(pixels, [&] { return static_cast<std::uint8_t>(random()); });
 	const Bytes whole = png({24, 17, PNG_COLOR_TYPE_RGBA}, pixels);
-	ASSERT_EQ(load_png(whole), 0);
+	ASSERT_EQ(load(load_texture_png, whole), 0);
 
 	int refused = 0;
 	auto expect_harmless = [&](const Bytes &damaged, int if_refused = 0) {
 		glBindTexture(GL_TEXTURE_2D, texture);
 		load_texture(texture, 1, 1, GL_BGRA_EXT, &kMarker);
-		const int result = load_png(damaged);
+		const int result = load(load_texture_png, damaged);
 		if (result == 0)
 			return;
 		refused++;
@@ -214,8 +175,7 @@ TEST_F(ImageLoadingTest, SurvivesDamagedPictures)
 	}
 	for (const auto &[width, height] : {std::pair{2305u, 100u}, {2305u, 2305u}})
 		expect_harmless(png({width, height, PNG_COLOR_TYPE_GRAY_ALPHA}, Bytes(4610)), -1);
-	expect_no_leak();
-	EXPECT_EQ(load_png(png({2304, 2304, PNG_COLOR_TYPE_GRAY_ALPHA}, Bytes(4608))), 0);
+	EXPECT_EQ(load(load_texture_png, png({2304, 2304, PNG_COLOR_TYPE_GRAY_ALPHA}, Bytes(4608))), 0);
 }
 
 } // namespace

@@ -8,30 +8,21 @@ namespace
 {
 
 struct Matrix {
-	float m[4][4];
-
-	Matrix()
-	{
-		myIdentity(m);
-	}
-	explicit Matrix(const float (&values)[16])
-	{
-		std::memcpy(m, values, sizeof(m));
-	}
+	float m[4][4] = {{1}, {0, 1}, {0, 0, 1}, {0, 0, 0, 1}};
 };
 
-void expect_equal(const Matrix &seen, const float (&expected)[16])
+void expect_equal(const Matrix &seen, const Matrix &expected)
 {
 	for (int i = 0; i < 16; i++)
-		EXPECT_NEAR(seen.m[i / 4][i % 4], expected[i], 1e-6f) << "row " << i / 4 << ", " << i % 4;
+		EXPECT_NEAR(seen.m[i / 4][i % 4], expected.m[i / 4][i % 4], 1e-6f) << "value " << i;
 }
 
-constexpr float kScrambled[16] = {2, 1, 0, 0.5f, -1, 3, 2, 0, 0.5f, 0, 1, 1, 4, -2, 1, 2};
+const Matrix kScrambled = {2, 1, 0, 0.5f, -1, 3, 2, 0, 0.5f, 0, 1, 1, 4, -2, 1, 2};
 
 TEST(Maths, MultipliesInPlaceOfTheSecondSource)
 {
-	Matrix a(kScrambled);
-	Matrix b({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16});
+	Matrix a = kScrambled;
+	Matrix b = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
 	myMultMatrix(b.m, a.m, b.m);
 	expect_equal(b, {13.5f, 17, 20.5f, 24, 32, 36, 40, 44, 22.5f, 25, 27.5f, 30, 29, 34, 39, 44});
 }
@@ -45,7 +36,7 @@ TEST(Maths, ProjectsAndLeavesTheMatrixWithoutAVolume)
 	myFrustum(lopsided.m, 0.0f, 4.0f, -1.0f, 3.0f, 1.0f, 3.0f);
 	expect_equal(lopsided, {0.5f, 0, 0, 0, 0, 0.5f, 0, 0, 1, 0.5f, -2, -1, 0, 0, -3, 0});
 
-	Matrix kept(kScrambled);
+	Matrix kept = kScrambled;
 	myPersp(kept.m, 90.0f, 2.0f, 1.0f, 1.0f);
 	myPersp(kept.m, 0.0f, 2.0f, 1.0f, 2.0f);
 	myPersp(kept.m, 90.0f, 0.0f, 1.0f, 2.0f);
@@ -71,7 +62,7 @@ TEST(Maths, ActsInReverseOrderOfTheCalls)
 
 TEST(Maths, LooksFromTheEye)
 {
-	Matrix view(kScrambled); /* replaced, not multiplied */
+	Matrix view = kScrambled; /* replaced, not multiplied */
 	const float eye[3] = {3, 0, 1}, center[3] = {3, 0, -4}, up[3] = {0, 2, 0};
 	myLookAt(view.m, eye, center, up);
 	expect_equal(view, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, -3, 0, -1, 1});
@@ -82,7 +73,7 @@ TEST(Maths, LooksFromTheEye)
 TEST(Maths, InvertsAndTransposesTheWholeMatrix)
 {
 	float normals[3][3];
-	Matrix source(kScrambled); /* the last row and column count */
+	Matrix source = kScrambled; /* the last row and column count */
 	myInvertTransposeMatrix(normals, source.m);
 	const float cofactors[9] = {-1, -5, 7, -2, 0.25f, -6.5f, 7.5f, -3.5f, 9};
 	for (int i = 0; i < 9; i++)

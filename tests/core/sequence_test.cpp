@@ -88,30 +88,26 @@ TEST_F(SequenceTest, MovesAsTold)
 
 TEST_F(SequenceTest, MovesTheQuadOfTheLatestUpdate)
 {
-	para.in_frame = 4;
+	para.in_frame = 5;
 	para.seq_show = SEQ_FLOATINOUT;
 	const unsigned int id = CreateAnimationObj(ANI_SEQUENCE, &para);
-	auto early = para; /* counts as everything, but the strip is the object's */
-	early.in_position2d.coordnum = 6;
-	early.update = UPD_TEXS;
-	UpdateAnimationObj(id, &early);
-	ASSERT_TRUE(step(id));
-	EXPECT_EQ(object(id).renderobj->coordnum, 4u);
-	/* Without UPD_COORDS the strip stays, whatever the record says of its length. */
-	for (UpdateMode mode : {UPD_MISC, UPD_TEXS}) {
+	/* Without UPD_COORDS the strip stays, whatever the record says of its length; before the first
+	 * frame, too, although that sets everything up. */
+	for (UpdateMode mode : {UPD_TEXS, UPD_MISC, UPD_TEXS}) {
 		auto longer = para;
 		longer.in_position2d.coordnum = 6;
 		longer.update = mode;
 		UpdateAnimationObj(id, &longer);
+		ASSERT_TRUE(step(id));
+		EXPECT_EQ(object(id).renderobj->coordnum, 4u);
 	}
-	ASSERT_TRUE(step(id));
-	expect_at(id, {0.5f, 0, 0, -0.25f});
+	expect_at(id, {0.6f, 0, 0, -0.2f});
 	for (float &value : strip)
 		value += 50;
 	para.update = UPD_COORDS;
 	UpdateAnimationObj(id, &para);
 	ASSERT_TRUE(step(id));
-	expect_at(id, {0.75f, 0, 0, -0.125f});
+	expect_at(id, {0.8f, 0, 0, -0.1f});
 }
 
 TEST_F(SequenceTest, LeavesOtherStripsWhereTheyAre)

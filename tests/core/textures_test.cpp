@@ -54,22 +54,19 @@ struct TexturesTest : OffscreenTest {
 
 TEST_F(TexturesTest, MakesHandlesFromPixelsAndFiles)
 {
-	const TempFolder folder;
+	const Folder folder;
+	const Pixel expected = {1, 2, 3, 4};
 	const std::string bitmap = folder.file("a.bmp", bmp({}, {1, 2, 3, 4}));
 	const std::string picture = folder.file("a.png", png({1, 1, 6}, {3, 2, 1, 4}));
-	const Pixel expected = {1, 2, 3, 4};
 	for (const GLuint handle : {CreateTexture(1, 1, GL_BGRA_EXT, &expected),
 	         CreateTextureByName(bitmap.c_str()), CreateTextureByPng(picture.c_str())}) {
 		EXPECT_EQ(read_texture(handle, 1, 1)[0], expected);
 		DeleteTexture(handle);
 	}
-	EXPECT_EQ(CreateTextureByName("missing.bmp"), 0xFFFFFFFFu);
-	EXPECT_EQ(CreateTextureByPng(bitmap.c_str()), 0xFFFFFFFFu);
+	EXPECT_EQ(CreateTextureByName(picture.c_str()), 0xFFFFFFFFu);
+	EXPECT_EQ(CreateTextureByPng("missing.png"), 0xFFFFFFFFu);
 	EXPECT_EQ(made(), 0U);
-
-	const GLuint empty = CreateTexture(1, 1, GL_RGBA, &expected); /* a handle all the same */
-	EXPECT_TRUE(glIsTexture(empty));
-	DeleteTexture(empty);
+	DeleteTexture(CreateTexture(1, 1, GL_RGBA, &expected)); /* a handle all the same */
 	DeleteTexture(0);
 	EXPECT_EQ(made(), 0U);
 }

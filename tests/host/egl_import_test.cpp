@@ -24,6 +24,7 @@
 #include <GLES2/gl2.h>
 #include <GLES2/gl2ext.h>
 
+#include "files.h"
 #include "offscreen_test.h"
 
 /* In front of EGL, where the layer asks whether it is needed. */

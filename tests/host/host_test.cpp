@@ -3,20 +3,14 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
-#include <png.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "picture_files.h"
+#include <picture_files.h>
 
 namespace fs = std::filesystem;
 
@@ -39,7 +33,7 @@ bool is_running(pid_t process)
 }
 
 struct HostTest : testing::Test {
-	TempFolder temp;
+	Folder temp;
 	const std::string folder = temp.path;
 	std::string command = HOST_PROGRAM; /* after what it is to find in the environment */
 	FILE *output = nullptr;
@@ -71,8 +65,7 @@ struct HostTest : testing::Test {
 	}
 	std::string errors() const
 	{
-		std::ifstream file(folder + "/errors");
-		return std::string(std::istreambuf_iterator(file), {});
+		return read_file(folder + "/errors");
 	}
 };
 
@@ -150,14 +143,10 @@ TEST_F(HostTest, EndsAfterTheFramesAsked)
 	EXPECT_GT(fs::file_size(all), 500U);
 	EXPECT_NE(errors().find("xdg_surface.set_fullscreen(nil)"), std::string::npos) << errors();
 
-	png_image image = {.version = PNG_IMAGE_VERSION};
-	ASSERT_TRUE(png_image_begin_read_from_file(&image, last.c_str()));
-	image.format = PNG_FORMAT_RGB;
-	ASSERT_EQ(PNG_IMAGE_SIZE(image), 2304U * 576 * 3);
-	std::vector<unsigned char> read(PNG_IMAGE_SIZE(image));
-	ASSERT_TRUE(png_image_finish_read(&image, nullptr, read.data(), 0, nullptr));
-	for (std::size_t i = 0; i < read.size(); i++)
-		ASSERT_EQ(read[i], 0x35 - 0x10 * (i % 3)) << "byte " << i;
+	const Image image = read_png(last);
+	ASSERT_EQ(image.rgb.size(), 2304U * 576 * 3);
+	for (std::size_t i = 0; i < image.rgb.size(); i++)
+		ASSERT_EQ(image.rgb[i], 0x35 - 0x10 * (i % 3)) << "byte " << i;
 
 	EXPECT_EQ(run("--frames 3 --snapshot 9=" + last + " " + kProgram + "3 0"), 1);
 	EXPECT_EQ(errors(), "animation-host: no picture 9 came for " + last + "\n");

@@ -1,14 +1,11 @@
 #include <host/sinks.h>
 
 #include <cstdlib>
-#include <filesystem>
 
 #include <SDL.h>
-#include <gst/app/gstappsink.h>
-#include <gst/gst.h>
-#include <gtest/gtest.h>
 
-#include "picture_files.h"
+#include <files.h>
+#include <pipeline.h>
 
 namespace
 {
@@ -35,7 +32,7 @@ Picture picture(std::uint64_t number)
 }
 
 struct SinksTest : testing::Test {
-	TempFolder folder;
+	Folder folder;
 	std::string error;
 
 	SinksPtr open(const SinkOptions &options)
@@ -54,27 +51,20 @@ TEST_F(SinksTest, RecordsEveryPictureAsOneFrame)
 		ASSERT_TRUE(show_picture(*sinks, picture(number)));
 	ASSERT_TRUE(finish_sinks(*sinks, &error)) << error;
 
-	const std::string description = "filesrc location=" + path +
-	                                " ! qtdemux ! h264parse ! avdec_h264 ! videoconvert ! "
-	                                "video/x-raw,format=RGBx ! appsink name=frames sync=false";
-	GstElement *pipeline = gst_parse_launch(description.c_str(), nullptr);
-	GstElement *frames = gst_bin_get_by_name(GST_BIN(pipeline), "frames");
-	gst_element_set_state(pipeline, GST_STATE_PLAYING);
+	const Pipeline player("filesrc location=" + path +
+	                      " ! qtdemux ! h264parse ! avdec_h264 ! videoconvert ! "
+	                      "video/x-raw,format=RGBx ! appsink name=grabber sync=false");
 	std::uint64_t count = 0;
-	while (GstSample *sample = gst_app_sink_pull_sample(GST_APP_SINK(frames))) {
-		GstBuffer *buffer = gst_sample_get_buffer(sample);
+	while (const SamplePtr sample = player.next_sample()) {
+		GstBuffer *buffer = gst_sample_get_buffer(sample.get());
 		EXPECT_EQ(GST_BUFFER_PTS(buffer), count * GST_SECOND / kPicturesPerSecond);
 		count++;
 		unsigned char pixel[3] = {};
 		gst_buffer_extract(buffer, gst_buffer_get_size(buffer) / 8 * 4, pixel, sizeof(pixel));
 		for (int channel = 0; channel < 3; channel++)
 			EXPECT_NEAR(pixel[channel], level(count) - 20 * channel, 5) << count;
-		gst_sample_unref(sample);
 	}
 	EXPECT_EQ(count, kPictures);
-	gst_element_set_state(pipeline, GST_STATE_NULL);
-	gst_object_unref(frames);
-	gst_object_unref(pipeline);
 }
 
 TEST_F(SinksTest, TellsOfFailuresOnTheWay)

@@ -1,24 +1,10 @@
-#include <cstdlib>
-
 #include <animation/list_lock.h>
 
 #include "playback.h"
 
-Feed::Feed(const std::string &description)
-    : pipeline(gst_parse_launch(description.c_str(), nullptr))
+bool Feed::ends(double seconds) const
 {
-	gst_element_set_state(pipeline, GST_STATE_PLAYING);
-}
-
-Feed::~Feed()
-{
-	gst_element_set_state(pipeline, GST_STATE_NULL);
-	gst_object_unref(pipeline);
-}
-
-bool Feed::ends(double seconds)
-{
-	GstBus *bus = gst_element_get_bus(pipeline);
+	GstBus *bus = gst_element_get_bus(element);
 	GstMessage *message = gst_bus_timed_pop_filtered(bus, GstClockTime(seconds * GST_SECOND),
 	    GstMessageType(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
 	const bool ended = message && GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS;
@@ -35,19 +21,6 @@ std::string test_pattern(bool live, int frames)
 	       " ! video/x-raw,format=I420,width=320,height=240,framerate=25/1"
 	       " ! x264enc tune=zerolatency speed-preset=ultrafast key-int-max=5"
 	       " ! h264parse config-interval=-1 ! ";
-}
-
-Folder::Folder()
-    : path([] {
-	      std::string pattern = testing::TempDir() + "player-XXXXXX";
-	      return std::string(mkdtemp(pattern.data()));
-      }())
-{
-}
-
-Folder::~Folder()
-{
-	std::filesystem::remove_all(path);
 }
 
 Playback::Playback()
@@ -106,7 +79,7 @@ bool Playback::frames_come(double seconds)
 std::string Playback::film()
 {
 	static const Folder folder;
-	const std::string path = folder.path / "film.mp4";
+	const std::string path = folder / "film.mp4";
 	if (!std::filesystem::exists(path)) {
 		Feed camera(test_pattern(false, 25) + "mp4mux ! filesink location=" + path);
 		EXPECT_TRUE(camera.ends(20));

@@ -1,47 +1,24 @@
 /* What the tests of whole playbacks share: a fixture with two registered objects, and sources. */
 #pragma once
 
-#include <filesystem>
-#include <string>
-
-#include <gst/gst.h>
-#include <gtest/gtest.h>
-
 #include <animation/animation.h>
 #include <player/player.h>
 
+#include "../support/files.h"
+#include "../support/pipeline.h"
 #include "support.h"
 
-/* A pipeline of the test's own; it runs while it lives. */
-class Feed
+class Feed : public Pipeline
 {
 public:
-	explicit Feed(const std::string &description);
-	~Feed();
-	Feed(const Feed &) = delete;
-	Feed &operator=(const Feed &) = delete;
+	using Pipeline::Pipeline;
 
 	/* True when the end of the stream has come. */
-	bool ends(double seconds);
-
-private:
-	GstElement *pipeline;
+	bool ends(double seconds) const;
 };
 
 /* A launch description that makes H.264 in real time, or as fast as it can. */
 std::string test_pattern(bool live, int frames);
-
-/* A folder that goes with its contents. */
-class Folder
-{
-public:
-	Folder();
-	~Folder();
-	Folder(const Folder &) = delete;
-	Folder &operator=(const Folder &) = delete;
-
-	const std::filesystem::path path;
-};
 
 class Playback : public testing::Test
 {

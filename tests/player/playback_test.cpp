@@ -184,10 +184,9 @@ TEST_F(Playback, StopsBeforeItHasAnything)
 
 TEST_F(Playback, GivesEverythingBack)
 {
-	const auto descriptors = [] { return count_entries("/proc/self/fd"); };
 	const auto threads = [] { return count_entries("/proc/self/task"); };
-	int first_descriptors = 0;
-	int first_threads = 0;
+	long first_descriptors = 0;
+	long first_threads = 0;
 	size_t first_memory = 0;
 	const std::string path = film();
 	for (int round = 0; round < 50; ++round) {
@@ -200,13 +199,14 @@ TEST_F(Playback, GivesEverythingBack)
 			frames_come();
 		ASSERT_TRUE(stops());
 		if (round == 19) {
-			first_descriptors = descriptors();
+			first_descriptors = open_descriptors();
 			first_threads = threads();
 			first_memory = mallinfo2().uordblks;
 		}
 	}
 	// GStreamer's helper threads let go a moment after the player.
-	EXPECT_TRUE(wait_until([&] { return descriptors() <= first_descriptors; })) << descriptors();
+	EXPECT_TRUE(wait_until([&] { return open_descriptors() <= first_descriptors; }))
+	    << open_descriptors();
 	EXPECT_TRUE(wait_until([&] { return threads() <= first_threads; })) << threads();
 	EXPECT_TRUE(wait_until([&] { return mallinfo2().uordblks < first_memory + 100'000; }))
 	    << mallinfo2().uordblks - first_memory << " bytes in 30 rounds";

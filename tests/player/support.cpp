@@ -1,6 +1,5 @@
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <thread>
 
 #include <gst/gst.h>
@@ -34,12 +33,6 @@ bool wait_until(const std::function<bool()> &condition, double seconds)
 		std::this_thread::sleep_for(std::chrono::milliseconds(5));
 	}
 	return true;
-}
-
-int count_entries(const char *folder)
-{
-	using std::filesystem::directory_iterator;
-	return int(std::distance(directory_iterator(folder), directory_iterator()));
 }
 
 Caught::Caught(int stream)

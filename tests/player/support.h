@@ -10,9 +10,6 @@ void set_up_player();
 /* True as soon as the condition holds, false when it does not within the seconds. */
 bool wait_until(const std::function<bool()> &condition, double seconds = 10);
 
-/* Open descriptors and threads of this process. */
-int count_entries(const char *folder);
-
 /* Catches a standard stream while it lives, and shows it after all if the test failed. */
 class Caught
 {

@@ -1,7 +1,6 @@
 #include "offscreen_test.h"
 
 #include <cstdlib>
-#include <filesystem>
 
 #include <dlfcn.h>
 #include <link.h>
@@ -71,10 +70,10 @@ GLuint solid_texture(Pixel pixel)
 	return CreateTexture(1, 1, GL_BGRA_EXT, &pixel);
 }
 
-static std::vector<Pixel> read_framebuffer(int width, int height)
+static std::vector<Pixel> read_framebuffer(int x, int y, int width, int height)
 {
 	std::vector<Pixel> pixels(static_cast<std::size_t>(width) * height);
-	glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+	glReadPixels(x, y, width, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
 	for (Pixel &pixel : pixels)
 		std::swap(pixel.r, pixel.b);
 	return pixels;
@@ -82,17 +81,20 @@ static std::vector<Pixel> read_framebuffer(int width, int height)
 
 std::vector<Pixel> read_texture(GLuint texture, int width, int height)
 {
-	GLint previous = 0;
 	GLuint framebuffer = 0;
-	glGetIntegerv(GL_FRAMEBUFFER_BINDING, &previous);
 	glGenFramebuffers(1, &framebuffer);
 	glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
 	glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
 	EXPECT_EQ(glCheckFramebufferStatus(GL_FRAMEBUFFER), GLenum{GL_FRAMEBUFFER_COMPLETE});
-	auto pixels = read_framebuffer(width, height);
-	glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(previous));
-	glDeleteFramebuffers(1, &framebuffer);
+	auto pixels = read_framebuffer(0, 0, width, height);
+	glDeleteFramebuffers(1, &framebuffer); /* the surface takes its place again */
 	return pixels;
+}
+
+Pixel pixel_at(ViewPortID vp_id, int x, int y)
+{
+	const int left = vp_id == VP_LCD1 ? 1152 : 0;
+	return read_framebuffer(left + x * 144 + 72, 576 - (y * 72 + 36), 1, 1)[0];
 }
 
 GLuint bound_texture(unsigned int unit)
@@ -101,12 +103,6 @@ GLuint bound_texture(unsigned int unit)
 	glActiveTexture(GL_TEXTURE0 + unit);
 	glGetIntegerv(GL_TEXTURE_BINDING_2D, &texture);
 	return static_cast<GLuint>(texture);
-}
-
-std::size_t open_descriptors()
-{
-	const std::filesystem::directory_iterator begin("/proc/self/fd");
-	return static_cast<std::size_t>(std::distance(begin, std::filesystem::directory_iterator()));
 }
 
 void OffscreenTest::TearDown()
@@ -122,35 +118,4 @@ bool OffscreenTest::step(unsigned int id)
 	if (object(id).status & ST_ONDESTROY)
 		RemoveAnimationObjReal(id);
 	return FindAnimationObj(id);
-}
-
-SmallTarget::SmallTarget()
-{
-	texture = CreateTexture(2 * kWidth, kHeight, GL_BGRA_EXT, nullptr);
-	glGenFramebuffers(1, &framebuffer);
-	glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
-	glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
-	offscreen().window.geometry = {kWidth, kHeight};
-	clear(kBlack);
-}
-
-SmallTarget::~SmallTarget()
-{
-	offscreen().window.geometry = offscreen().window.window_size;
-	glDeleteFramebuffers(1, &framebuffer);
-	DeleteTexture(texture);
-}
-
-void SmallTarget::clear(Pixel pixel)
-{
-	auto channel = [](std::uint8_t value) { return static_cast<float>(value) / 255.0f; };
-	glClearColor(channel(pixel.r), channel(pixel.g), channel(pixel.b), channel(pixel.a));
-	glClear(GL_COLOR_BUFFER_BIT);
-}
-
-Pixel SmallTarget::at(ViewPortID vp_id, int x, int y) const
-{
-	const int left = vp_id == VP_LCD1 ? kWidth : 0;
-	const int row = kHeight - 1 - y * kHeight / 8; /* GL counts from the bottom */
-	return read_framebuffer(2 * kWidth, kHeight)[row * 2 * kWidth + left + x * kWidth / 8];
 }

@@ -7,7 +7,6 @@
 #ifndef TESTS_SUPPORT_OFFSCREEN_TEST_H
 #define TESTS_SUPPORT_OFFSCREEN_TEST_H
 
-#include <array>
 #include <cstdint>
 #include <ostream>
 #include <string>
@@ -70,8 +69,8 @@ std::vector<Pixel> read_texture(GLuint texture, int width, int height);
 /* The texture that is bound to a unit. */
 GLuint bound_texture(unsigned int unit);
 
-/* Open descriptors of this process. */
-std::size_t open_descriptors();
+/* The pixel of the surface at (x, y) in eighths of a viewport from its top left corner. */
+Pixel pixel_at(ViewPortID vp_id, int x = 4, int y = 4);
 
 class OffscreenTest : public testing::Test
 {
@@ -88,28 +87,6 @@ protected:
 	/* A frame of one object as the render loop makes it, but for drawing and swap. False if the
 	 * object is gone. */
 	bool step(unsigned int id);
-};
-
-/* A picture of both viewports in small, one pixel a sample, in place of the surface. */
-class SmallTarget
-{
-public:
-	static constexpr int kWidth = 16; /* of a viewport */
-	static constexpr int kHeight = 8;
-
-	SmallTarget();
-	~SmallTarget();
-	SmallTarget(const SmallTarget &) = delete;
-	SmallTarget &operator=(const SmallTarget &) = delete;
-
-	void clear(Pixel pixel);
-
-	/* At (x, y) in eighths of a viewport from its top left corner. */
-	Pixel at(ViewPortID vp_id, int x = 4, int y = 4) const;
-
-private:
-	GLuint texture = 0;
-	GLuint framebuffer = 0;
 };
 
 #endif

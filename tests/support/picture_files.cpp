@@ -1,29 +1,9 @@
 #include "picture_files.h"
 
-#include <cstdlib>
-#include <fstream>
+#include <algorithm>
 
+#include <gtest/gtest.h>
 #include <png.h>
-
-TempFolder::TempFolder()
-{
-	std::string name = (std::filesystem::temp_directory_path() / "animation-XXXXXX").string();
-	path = mkdtemp(name.data());
-}
-
-TempFolder::~TempFolder()
-{
-	std::filesystem::remove_all(path);
-}
-
-std::string TempFolder::file(const std::string &name, const Bytes &content) const
-{
-	const std::filesystem::path file = path / name;
-	std::ofstream(file, std::ios::binary)
-	    .write(reinterpret_cast<const char *>(content.data()),
-	        static_cast<std::streamsize>(content.size()));
-	return file.string();
-}
 
 static void put(Bytes &bytes, std::size_t at, std::uint32_t value, int count)
 {
@@ -72,4 +52,25 @@ Bytes png(const Png &header, const Bytes &pixels)
 	png_write_end(writer, info);
 	png_destroy_write_struct(&writer, &info);
 	return bytes;
+}
+
+std::array<int, 3> Image::pixel(int x, int y) const
+{
+	const std::uint8_t *at = &rgb[(static_cast<std::size_t>(y) * width + x) * 3];
+	return {at[0], at[1], at[2]};
+}
+
+Image read_png(const std::string &path)
+{
+	png_image png = {};
+	png.version = PNG_IMAGE_VERSION;
+	if (!png_image_begin_read_from_file(&png, path.c_str())) {
+		ADD_FAILURE() << path << ": " << png.message;
+		return {};
+	}
+	png.format = PNG_FORMAT_RGB;
+	Image image = {static_cast<int>(png.width), static_cast<int>(png.height), {}};
+	image.rgb.resize(PNG_IMAGE_SIZE(png));
+	png_image_finish_read(&png, nullptr, image.rgb.data(), 0, nullptr);
+	return image;
 }

@@ -1,28 +1,15 @@
-/* Picture files for the loaders, whole and damaged. */
+/* Picture files: for the loaders, and what the programs wrote. */
 #ifndef TESTS_SUPPORT_PICTURE_FILES_H
 #define TESTS_SUPPORT_PICTURE_FILES_H
 
+#include <array>
 #include <cstdint>
-#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "files.h"
+
 using Bytes = std::vector<std::uint8_t>;
-
-/* A folder that goes with its files. */
-class TempFolder
-{
-public:
-	TempFolder();
-	~TempFolder();
-	TempFolder(const TempFolder &) = delete;
-	TempFolder &operator=(const TempFolder &) = delete;
-
-	/* The path of a new file of this content. */
-	std::string file(const std::string &name, const Bytes &content) const;
-
-	std::filesystem::path path;
-};
 
 struct Bmp {
 	std::int32_t width = 1;
@@ -44,5 +31,15 @@ struct Png {
 
 /* The rows of pixels are packed, the top one first; missing ones repeat the last given. */
 Bytes png(const Png &header, const Bytes &pixels);
+
+/* A PNG file as R, G, B, the top row first; a failure of the test without one. */
+struct Image {
+	int width = 0;
+	int height = 0;
+	Bytes rgb;
+
+	std::array<int, 3> pixel(int x, int y) const;
+};
+Image read_png(const std::string &path);
 
 #endif

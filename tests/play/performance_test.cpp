@@ -1,0 +1,165 @@
+/* Scenes with and without a compositor: which frame shows what. */
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <picture_files.h>
+
+#include "program.h"
+
+namespace
+{
+
+using Colour = std::array<int, 3>;
+
+constexpr Colour kBlack = {0, 0, 0};
+constexpr Colour kRed = {255, 0, 0};
+constexpr Colour kGreen = {0, 255, 0};
+constexpr Colour kBlue = {0, 0, 255};
+
+/* "@N" is the frame in which phase N begins. */
+constexpr char kScene[] = R"({
+	"frames": @9,
+	"handles": [
+		{ "name": "quarters", "data": { "width": 2, "height": 2, "textureType": "GL_BGRA_EXT",
+			"pixels": [0,0,255,255, 0,255,0,255, 255,0,0,255, 0,0,0,255] } }
+	],
+	"objects": [
+		{ "name": "box", "type": "ANI_BACKGROUND", "viewport": "VP_LCD1",
+			"rectangle": [100, 100, 50, 50], "textures": { "constant_color": [1, 0, 0, 1] } },
+		{ "name": "picture", "type": "ANI_FLASH", "rectangle": [0, 0, 400, 400],
+			"textures": { "ids": ["quarters"] }, "on_frame": 1 }
+	],
+	"timeline": [
+		{ "frame": @2, "create": ["box", "picture"] },
+		{ "frame": @4, "update": "box", "set": { "rectangle": [300, 100, 50, 50] } },
+		{ "frame": @5, "update": "box", "set": { "textures": { "constant_color": [0, 1, 0, 1] } } },
+		{ "frame": @6, "remove": "box" },
+		{ "frame": @7, "remove": "picture" }
+	]
+})";
+
+struct Phase {
+	Colour before;  /* where the box is first */
+	Colour after;   /* where it moves to */
+	Colour picture; /* bottom left of the picture */
+};
+constexpr Phase kPhases[] = {
+    {kBlack, kBlack, kBlack},
+    {kBlack, kBlack, kBlack},
+    {kRed, kBlack, kRed},
+    {kRed, kBlack, kRed},
+    {kBlack, kRed, kRed},
+    {kBlack, kGreen, kRed},
+    {kBlack, kBlack, kRed},
+    /* What was swapped last stands while nothing is drawn. */
+    {kBlack, kBlack, kRed},
+    {kBlack, kBlack, kRed},
+};
+
+struct Performance : testing::Test {
+	const Folder folder;
+	std::string snapshots;
+
+	std::string scene(int frames_a_phase) const
+	{
+		std::string text = kScene;
+		for (std::size_t at; (at = text.find('@')) != text.npos;)
+			text.replace(at, 2, std::to_string((text[at + 1] - '0') * frames_a_phase));
+		return folder.file("scene.json", text);
+	}
+
+	std::string picture(int phase) const
+	{
+		return folder / (std::to_string(phase) + ".png");
+	}
+
+	void snapshot(int phase, int number)
+	{
+		snapshots += "--snapshot " + std::to_string(number) + "=" + picture(phase) + " ";
+	}
+
+	void expect_phase(int phase) const
+	{
+		SCOPED_TRACE(phase);
+		const Image image = read_png(picture(phase));
+		ASSERT_EQ(image.rgb.size(), 2304U * 576 * 3);
+		EXPECT_EQ(image.pixel(1152 + 125, 125), kPhases[phase].before);
+		EXPECT_EQ(image.pixel(1152 + 325, 125), kPhases[phase].after);
+		EXPECT_EQ(image.pixel(50, 350), kPhases[phase].picture);
+	}
+};
+
+TEST_F(Performance, StepsTakeEffectBetweenFramesOffline)
+{
+	for (int phase = 0; phase < 9; ++phase)
+		snapshot(phase, phase + 1);
+	const Outcome outcome = run_program("ANIMATION_PLAY", "--offline " + snapshots + scene(1));
+	ASSERT_EQ(outcome.status, 0) << outcome.output;
+	for (int phase = 0; phase < 9; ++phase)
+		expect_phase(phase);
+	const Image image = read_png(picture(3)); /* upright */
+	EXPECT_EQ(image.pixel(350, 350), kGreen);
+	EXPECT_EQ(image.pixel(50, 50), kBlue);
+	EXPECT_EQ(image.pixel(350, 50), kBlack);
+}
+
+/* A frame may pass between the count that the timeline sees and its calls, no more than a few. */
+TEST_F(Performance, StepsFollowTheFramesLive)
+{
+	constexpr int kFrames = 8;
+	for (int phase : {2, 4, 5, 6}) /* the first picture is that of phase 2 */
+		snapshot(phase, (phase - 2) * kFrames + kFrames / 2);
+	const Outcome outcome =
+	    run_program("ANIMATION_HOST", snapshots + "-- $ANIMATION_PLAY " + scene(kFrames));
+	ASSERT_EQ(outcome.status, 0) << outcome.output;
+	for (int phase : {2, 4, 5, 6})
+		expect_phase(phase);
+}
+
+constexpr char kVideo[] = R"({
+	"frames": 60,
+	"objects": [
+		{ "name": "left", "type": "ANI_VIDEO_GST", "rectangle": [0, 0, 1152, 576] },
+		{ "name": "right", "like": "left", "viewport": "VP_LCD1" }
+	],
+	"timeline": [
+		{ "frame": 0, "create": ["left", "right"] },
+		{ "frame": 1, "play": "film.mp4", "on": ["left", "right"] },
+		{ "frame": 20, "pause": true },
+		{ "frame": 25, "resume": true },
+		{ "frame": 40, "stop": true }
+	]
+})";
+
+/* The host gives an application that knows nothing of it a decoder and the import of its frames. */
+TEST_F(Performance, TwoObjectsShowOneFilm)
+{
+	std::filesystem::create_symlink(std::getenv("FILM"), folder / "film.mp4");
+	snapshot(0, 8);
+	const Outcome outcome = run_program("ANIMATION_HOST",
+	    snapshots + "-- $ANIMATION_PLAY " + folder.file("video.json", std::string(kVideo)));
+	ASSERT_EQ(outcome.status, 0) << outcome.output;
+	for (const char *part : {"first frame: ", "StopGSTPlay-------------2\n", "thread exit\n"})
+		EXPECT_NE(outcome.output.find(part), std::string::npos) << outcome.output;
+	const Image image = read_png(picture(0));
+	EXPECT_GT(image.pixel(576, 500), Colour());
+	for (int x = 0; x < 1152; x += 50)
+		EXPECT_EQ(image.pixel(x, 300), image.pixel(1152 + x, 300));
+}
+
+/* Random blocks, since they have a state that outlives a frame. */
+TEST_F(Performance, ASceneAlwaysGivesTheSamePictures)
+{
+	for (int run : {0, 1}) {
+		snapshots.clear();
+		snapshot(run, 12);
+		const Outcome outcome = run_program("ANIMATION_PLAY",
+		    "--offline --frames 12 " + snapshots + "$GALLERY_SCENES/gradual_blocks.json");
+		ASSERT_EQ(outcome.status, 0) << outcome.output;
+	}
+	EXPECT_FALSE(read_file(picture(0)).empty());
+	EXPECT_EQ(read_file(picture(0)), read_file(picture(1)));
+}
+
+} // namespace

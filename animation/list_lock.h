@@ -1,9 +1,19 @@
-/* A hold of g_mutex for one scope. */
+/* g_mutex: its making, and a hold of it for one scope. */
 #pragma once
 
 #include <pthread.h>
 
 #include <render/render.h>
+
+/* Recursive: list operations nest. */
+inline void create_list_mutex()
+{
+	pthread_mutexattr_t attributes;
+	pthread_mutexattr_init(&attributes);
+	pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+	pthread_mutex_init(&g_mutex, &attributes);
+	pthread_mutexattr_destroy(&attributes);
+}
 
 class ListLock
 {

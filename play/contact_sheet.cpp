@@ -4,11 +4,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include <cairo.h>
+#include "play/cairo_pointers.h"
 
 namespace
 {
@@ -20,22 +19,6 @@ constexpr char kUsage[] = "usage: contact-sheet [OPTIONS] OUT.png N=FILE.png...\
 
 constexpr double kGap = 8;
 constexpr double kLabelHeight = 20;
-
-struct SurfaceDeleter {
-	void operator()(cairo_surface_t *surface) const
-	{
-		cairo_surface_destroy(surface);
-	}
-};
-using SurfacePtr = std::unique_ptr<cairo_surface_t, SurfaceDeleter>;
-
-struct ContextDeleter {
-	void operator()(cairo_t *context) const
-	{
-		cairo_destroy(context);
-	}
-};
-using ContextPtr = std::unique_ptr<cairo_t, ContextDeleter>;
 
 struct Entry {
 	std::string label;

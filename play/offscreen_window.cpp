@@ -6,6 +6,8 @@
 
 #include <EGL/eglext.h>
 
+#include <animation/list_lock.h>
+
 namespace
 {
 
@@ -75,15 +77,6 @@ void close_egl(OffscreenWindow &offscreen)
 	eglReleaseThread();
 }
 
-void create_mutex()
-{
-	pthread_mutexattr_t attributes;
-	pthread_mutexattr_init(&attributes);
-	pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-	pthread_mutex_init(&g_mutex, &attributes);
-	pthread_mutexattr_destroy(&attributes);
-}
-
 /* Videos go one turn after the backgrounds that hid them. */
 void remove_all_objects(OffscreenWindow &offscreen)
 {
@@ -114,7 +107,7 @@ OffscreenWindowPtr open_offscreen_window(std::string *error)
 		close_egl(*offscreen);
 		return nullptr;
 	}
-	create_mutex();
+	create_list_mutex();
 	GetProcAddress();
 	init_gl(&window);
 	p_gwindow = &window;

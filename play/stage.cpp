@@ -4,25 +4,11 @@
 #include <chrono>
 #include <thread>
 
+#include <animation/list_lock.h>
 #include <player/player.h>
-#include <render/render.h>
 
 namespace
 {
-
-/* Under one hold, several calls take effect in the same frame. */
-struct FrameLock {
-	FrameLock()
-	{
-		pthread_mutex_lock(&g_mutex);
-	}
-	~FrameLock()
-	{
-		pthread_mutex_unlock(&g_mutex);
-	}
-	FrameLock(const FrameLock &) = delete;
-	FrameLock &operator=(const FrameLock &) = delete;
-};
 
 constexpr std::chrono::milliseconds kPollInterval(5);
 
@@ -222,7 +208,7 @@ bool play_steps(Stage &stage, std::uint32_t frame, std::string *error)
 				return false;
 			continue;
 		}
-		const FrameLock lock;
+		const ListLock lock; /* several calls take effect in the same frame */
 		while (is_due(stage, frame) && !is_for_player(next_step(stage))) {
 			if (!play_next_step(stage, error))
 				return false;
@@ -237,7 +223,7 @@ void clear_stage(Stage &stage)
 		StopGSTPlay();
 		wait_for_player();
 	}
-	const FrameLock lock;
+	const ListLock lock;
 	for (const unsigned int id : stage.ids) {
 		if (GetAnimationObjStatus(id) != ST_INVALID)
 			RemoveAnimationObj(id, DEL_IMMEDIATELY);

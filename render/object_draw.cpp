@@ -25,14 +25,12 @@ void use_program(GLuint program)
 	glUseProgram(program);
 }
 
-void set_mvp(GLuint location, const RenderObj &renderobj)
+/* Draws with one of the window's programs. */
+template <class Program, int count>
+void draw(const Program &gl, const RenderObj &renderobj, const Attribute (&attributes)[count])
 {
-	glUniformMatrix4fv(static_cast<GLint>(location), 1, GL_FALSE, &renderobj.mvp[0][0]);
-}
-
-template <int count>
-void draw(const RenderObj &renderobj, const Attribute (&attributes)[count])
-{
+	use_program(gl.program);
+	glUniformMatrix4fv(static_cast<GLint>(gl.mvp_uniform), 1, GL_FALSE, &renderobj.mvp[0][0]);
 	for (const Attribute &attribute : attributes)
 		glEnableVertexAttribArray(attribute.location);
 	for (const Attribute &attribute : attributes) {
@@ -55,36 +53,34 @@ void draw_general(const struct window &window, const RenderObj &renderobj)
 	glUniform4fv(static_cast<GLint>(gl.constant_color), 1, renderobj.constant_color);
 	glUniform1f(static_cast<GLint>(gl.alpha0_uniform), renderobj.prealpha0);
 	glUniform1f(static_cast<GLint>(gl.alpha1_uniform), renderobj.prealpha1);
-	set_mvp(gl.mvp_uniform, renderobj);
-	draw(renderobj, {
-	                    {gl.pos, 3, renderobj.position3d},
-	                    {gl.tex0, 2, renderobj.texturecoord0},
-	                    {gl.tex1, 2, renderobj.texturecoord1},
-	                    {gl.tex2, 2, renderobj.texturecoord2},
-	                });
+	draw(gl, renderobj,
+	    {
+	        {gl.pos, 3, renderobj.position3d},
+	        {gl.tex0, 2, renderobj.texturecoord0},
+	        {gl.tex1, 2, renderobj.texturecoord1},
+	        {gl.tex2, 2, renderobj.texturecoord2},
+	    });
 }
 
 void draw_external_image(const struct window &window, const RenderObj &renderobj)
 {
 	const auto &gl = window.gl_video1;
-	use_program(gl.program);
-	set_mvp(gl.mvp_uniform, renderobj);
-	draw(renderobj, {
-	                    {gl.pos, 3, renderobj.position3d},
-	                    {gl.tex0, 2, renderobj.texturecoord0},
-	                });
+	draw(gl, renderobj,
+	    {
+	        {gl.pos, 3, renderobj.position3d},
+	        {gl.tex0, 2, renderobj.texturecoord0},
+	    });
 }
 
 void draw_nv12(const struct window &window, const RenderObj &renderobj)
 {
 	const auto &gl = window.gl_video2;
-	use_program(gl.program);
-	set_mvp(gl.mvp_uniform, renderobj);
-	draw(renderobj, {
-	                    {gl.pos, 3, renderobj.position3d},
-	                    {gl.tex0, 2, renderobj.texturecoord0},
-	                    {gl.tex1, 2, renderobj.texturecoord1},
-	                });
+	draw(gl, renderobj,
+	    {
+	        {gl.pos, 3, renderobj.position3d},
+	        {gl.tex0, 2, renderobj.texturecoord0},
+	        {gl.tex1, 2, renderobj.texturecoord1},
+	    });
 }
 
 } // namespace

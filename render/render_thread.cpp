@@ -10,6 +10,7 @@
 
 #include <wayland-client.h>
 
+#include <animation/list_lock.h>
 #include <protocol/xdg-shell-client-protocol.h>
 #include <render/fatal.h>
 #include <render/shared_context.h>
@@ -229,12 +230,7 @@ void Init(void)
 {
 	printf("animation version:%f\n", kVersion);
 
-	pthread_mutexattr_t attr;
-	pthread_mutexattr_init(&attr);
-	pthread_mutexattr_settype(&attr, PTHREAD_MUTEX_RECURSIVE);
-	pthread_mutex_init(&g_mutex, &attr);
-	pthread_mutexattr_destroy(&attr);
-
+	create_list_mutex();
 	thread_has_ended = false;
 	stop_has_begun = false;
 	thread_was_started = pthread_create(&pid, nullptr, main_thread, nullptr) == 0;

@@ -9,31 +9,15 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <memory>
 #include <string>
 
-#include <cairo.h>
 #include <librsvg/rsvg.h>
 #include <png.h>
 
+#include <play/cairo_pointers.h>
+
 namespace
 {
-
-struct SurfaceDeleter {
-	void operator()(cairo_surface_t *surface) const
-	{
-		cairo_surface_destroy(surface);
-	}
-};
-using SurfacePtr = std::unique_ptr<cairo_surface_t, SurfaceDeleter>;
-
-struct ContextDeleter {
-	void operator()(cairo_t *context) const
-	{
-		cairo_destroy(context);
-	}
-};
-using ContextPtr = std::unique_ptr<cairo_t, ContextDeleter>;
 
 SurfacePtr new_surface(double width, double height)
 {

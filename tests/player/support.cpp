@@ -7,17 +7,14 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <render/render.h>
+#include <animation/list_lock.h>
 
 #include "support.h"
 
 void set_up_player()
 {
 	static const bool done = [] {
-		pthread_mutexattr_t recursive;
-		pthread_mutexattr_init(&recursive);
-		pthread_mutexattr_settype(&recursive, PTHREAD_MUTEX_RECURSIVE);
-		pthread_mutex_init(&g_mutex, &recursive);
+		create_list_mutex();
 		gst_init(nullptr, nullptr);
 		return true;
 	}();

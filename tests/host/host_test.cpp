@@ -27,9 +27,8 @@ int exit_status(int status)
 
 bool is_running(pid_t process)
 {
-	std::ifstream status("/proc/" + std::to_string(process) + "/stat");
-	std::string number, name, state;
-	return status >> number >> name >> state && state != "Z"; /* nobody may be there to reap it */
+	const std::string status = read_file("/proc/" + std::to_string(process) + "/stat");
+	return !status.empty() && status.find(") Z ") == status.npos; /* nobody may reap it */
 }
 
 struct HostTest : testing::Test {

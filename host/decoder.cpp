@@ -120,5 +120,5 @@ static gboolean plugin_init(GstPlugin *plugin)
 
 #define PACKAGE "animation"
 GST_PLUGIN_DEFINE(GST_VERSION_MAJOR, GST_VERSION_MINOR, animationdecoder,
-    "A software H.264 decoder in place of the unit's", plugin_init, PLUGIN_VERSION, "MIT/X11",
-    "animation", "Unknown package origin")
+    "A software H.264 decoder in place of the unit's", plugin_init, PLUGIN_VERSION,
+    GST_LICENSE_UNKNOWN, "animation", "Unknown package origin")

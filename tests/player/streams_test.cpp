@@ -44,8 +44,8 @@ void connect_to_myself(int (&ends)[2])
 	at.sin_addr.s_addr = inet_addr(kServer);
 	socklen_t length = sizeof at;
 	const int listener = socket(AF_INET, SOCK_STREAM, 0);
-	bind(listener, reinterpret_cast<sockaddr *>(&at), sizeof at);
-	listen(listener, 1);
+	EXPECT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&at), sizeof at), 0);
+	EXPECT_EQ(listen(listener, 1), 0);
 	getsockname(listener, reinterpret_cast<sockaddr *>(&at), &length);
 	ends[0] = socket(AF_INET, SOCK_STREAM, 0);
 	EXPECT_EQ(connect(ends[0], reinterpret_cast<sockaddr *>(&at), sizeof at), 0);
@@ -77,7 +77,8 @@ public:
 
 	void send(int signal) const
 	{
-		kill(pid, signal);
+		if (pid > 0) /* -1 would mean everybody */
+			kill(pid, signal);
 	}
 
 private:

@@ -155,6 +155,9 @@ TEST_F(LifeCycleTest, EndsWhileTheCompositorWithholdsFrames)
 	init();
 	show_and_await(kRed);
 	std::this_thread::sleep_for(100ms);
+	const auto begin = std::chrono::steady_clock::now();
+	finish();
+	EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s); /* two, on a machine that keeps up */
 }
 
 /* Runs the program that does nothing but Init and DeInit; its wait status. */

@@ -176,29 +176,32 @@ GLuint link_program(struct window *window, const char *vertex, const char *fragm
 	return program;
 }
 
+/* Locations 0 to count - 1 in the order of kAttributes; the second link puts them into effect. */
+void bind_attributes(GLuint program, GLuint *const *locations, GLuint count)
+{
+	for (GLuint i = 0; i < count; i++) {
+		*locations[i] = i;
+		glBindAttribLocation(program, i, kAttributes[i]);
+	}
+	glLinkProgram(program);
+}
+
 GLuint uniform(GLuint program, const char *name)
 {
 	return static_cast<GLuint>(glGetUniformLocation(program, name));
 }
 
-/* Links a program; the attributes get the locations from 0 on in the order of kAttributes, which a
- * second link puts into effect, and the samplers the units from 0 on. */
-template <class Program, GLuint attribute_count, GLint sampler_count>
-void init_program(struct window *window, Program &gl, const char *vertex, const char *fragment,
-    GLuint *const (&attributes)[attribute_count], GLuint *const (&samplers)[sampler_count])
+void assign_samplers(GLuint program, GLuint *const *samplers, int count)
 {
-	gl.program = link_program(window, vertex, fragment);
-	for (GLuint i = 0; i < attribute_count; i++) {
-		*attributes[i] = i;
-		glBindAttribLocation(gl.program, i, kAttributes[i]);
-	}
-	glLinkProgram(gl.program);
-	for (GLint unit = 0; unit < sampler_count; unit++) {
-		*samplers[unit] = uniform(gl.program, kSamplers[unit]);
+	for (int unit = 0; unit < count; unit++) {
+		*samplers[unit] = uniform(program, kSamplers[unit]);
 		glUniform1i(static_cast<GLint>(*samplers[unit]), unit);
 	}
-	gl.mvp_uniform = uniform(gl.program, "mvp");
-	for (GLuint i = 0; i < attribute_count; i++)
+}
+
+void enable_attributes(GLuint count)
+{
+	for (GLuint i = 0; i < count; i++)
 		glEnableVertexAttribArray(i);
 }
 
@@ -207,12 +210,16 @@ void init_general_program(struct window *window)
 	auto &gl = window->gl;
 	GLuint *const attributes[] = {&gl.pos, &gl.tex0, &gl.tex1, &gl.tex2};
 	GLuint *const samplers[] = {&gl.sampler0, &gl.sampler1, &gl.sampler2};
-	init_program(window, gl, vert_shader_text, frag_shader_text, attributes, samplers);
+	gl.program = link_program(window, vert_shader_text, frag_shader_text);
+	bind_attributes(gl.program, attributes, 4);
+	assign_samplers(gl.program, samplers, 3);
 	gl.blendingmode_uniform = uniform(gl.program, "blending_mode");
 	gl.rendermode_uniform = uniform(gl.program, "render_mode");
 	gl.constant_color = uniform(gl.program, "constant_color");
 	gl.alpha0_uniform = uniform(gl.program, "alpha0");
 	gl.alpha1_uniform = uniform(gl.program, "alpha1");
+	gl.mvp_uniform = uniform(gl.program, "mvp");
+	enable_attributes(4);
 }
 
 void init_external_image_program(struct window *window)
@@ -220,8 +227,11 @@ void init_external_image_program(struct window *window)
 	auto &gl = window->gl_video1;
 	GLuint *const attributes[] = {&gl.pos, &gl.tex0};
 	GLuint *const samplers[] = {&gl.sampler0};
-	init_program(
-	    window, gl, vert_shader_video1_text, frag_shader_video1_text, attributes, samplers);
+	gl.program = link_program(window, vert_shader_video1_text, frag_shader_video1_text);
+	bind_attributes(gl.program, attributes, 2);
+	assign_samplers(gl.program, samplers, 1);
+	gl.mvp_uniform = uniform(gl.program, "mvp");
+	enable_attributes(2);
 }
 
 void init_nv12_program(struct window *window)
@@ -229,8 +239,11 @@ void init_nv12_program(struct window *window)
 	auto &gl = window->gl_video2;
 	GLuint *const attributes[] = {&gl.pos, &gl.tex0, &gl.tex1};
 	GLuint *const samplers[] = {&gl.sampler0, &gl.sampler1};
-	init_program(
-	    window, gl, vert_shader_video2_text, frag_shader_video2_text, attributes, samplers);
+	gl.program = link_program(window, vert_shader_video2_text, frag_shader_video2_text);
+	bind_attributes(gl.program, attributes, 3);
+	assign_samplers(gl.program, samplers, 2);
+	gl.mvp_uniform = uniform(gl.program, "mvp");
+	enable_attributes(3);
 }
 
 } // namespace

@@ -411,8 +411,8 @@ typedef struct BufferInfoRAW {
 	uint32_t stride;  /* at least width; the second plane begins at praw + stride * height */
 	void *praw;       /* the pixels, valid at least until the following update; or NULL */
 	GLuint texids[2]; /* with praw NULL: luminance and luminance-alpha textures. A pair is
-	                     deleted with the object; one that another replaced before stays the
-	                     caller's. */
+	                     deleted with the object, and by a picture in praw; one that another
+	                     pair replaced stays the caller's. */
 } BufferInfoRAW;
 
 /*

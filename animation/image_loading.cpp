@@ -2,6 +2,7 @@
 #include <animation/heap.h>
 #include <animation/report.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <fcntl.h>
 #include <png.h>
@@ -42,12 +43,14 @@ File open_picture(const char *filename)
 	return File(file);
 }
 
-/* Before the pixels are allocated, and so before a header can claim a gigabyte of them. */
-bool holds(FILE *file, std::size_t offset, std::size_t size)
+/* How much of a block the file can hold: no header makes us allocate a gigabyte that is not there.
+ */
+std::size_t present(FILE *file, std::size_t offset, std::size_t size)
 {
-	struct stat status;
-	return fstat(fileno(file), &status) == 0 &&
-	       static_cast<std::size_t>(status.st_size) >= offset + size;
+	struct stat status = {};
+	fstat(fileno(file), &status);
+	auto end = static_cast<std::size_t>(status.st_size);
+	return end > offset ? std::min(size, end - offset) : 0;
 }
 
 /* The pixels are used once: the page cache need not keep them. */
@@ -121,17 +124,14 @@ int load_texture_from_raw_file(
 	std::size_t bytes_per_pixel = textureType == GL_BGRA_EXT ? 4 : 3;
 	std::size_t size =
 	    bytes_per_pixel * static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-	if (!holds(file.get(), static_cast<std::size_t>(offset), size)) {
-		REPORT("Error in file size != width*height\n");
-		return -1;
-	}
-	HeapBlock<unsigned char> pixels(static_cast<unsigned char *>(malloc(size)));
+	std::size_t available = present(file.get(), static_cast<std::size_t>(offset), size);
+	HeapBlock<unsigned char> pixels(static_cast<unsigned char *>(malloc(available + 1)));
 	if (!pixels) {
 		REPORT("No memory for the %zu bytes of %s\n", size, filename);
 		return -1;
 	}
 	fseek(file.get(), offset, SEEK_SET);
-	std::size_t got = fread(pixels.get(), 1, size, file.get());
+	std::size_t got = fread(pixels.get(), 1, available, file.get());
 	advise_dont_need(file.get(), got);
 	file.reset();
 	if (got < size) {

@@ -51,6 +51,8 @@ static void retire_pools(AnimationPaddedFrames *self)
 	static GMutex lock;
 	static GHashTable *retired;
 	self->pool = nullptr;
+	if (g_hash_table_size(self->pools) == 0)
+		return; /* an element that never had a frame */
 	g_mutex_lock(&lock);
 	std::swap(retired, self->pools);
 	g_mutex_unlock(&lock);

@@ -36,12 +36,18 @@ void decide_after_buffering(CustomData &player)
 	}
 }
 
-/* A handler in the application's own loop may come too late for its playback, and must not end the
- * next one. */
+/* A handler in the application's own loop may come too late for its playback, and must not touch
+ * the next one, least of all end it. */
+bool is_of_playback(const CustomData &player, GstBus *bus)
+{
+	ListLock lock;
+	return player.pipeline && GST_ELEMENT_BUS(player.pipeline) == bus;
+}
+
 void quit_loop_of(const CustomData &player, GstBus *bus)
 {
 	ListLock lock;
-	if (player.pipeline && GST_ELEMENT_BUS(player.pipeline) == bus)
+	if (is_of_playback(player, bus))
 		quit_loop();
 }
 
@@ -91,6 +97,8 @@ gboolean bus_message(GstBus *bus, GstMessage *message, gpointer app)
 {
 	auto &player = *static_cast<CustomData *>(app);
 	GST_DEBUG("got message %s", GST_MESSAGE_TYPE_NAME(message));
+	if (!is_of_playback(player, bus))
+		return TRUE;
 
 	switch (GST_MESSAGE_TYPE(message)) {
 	case GST_MESSAGE_ERROR:

@@ -21,8 +21,8 @@
  * RTMP: so that its source lets go, the end of a playback shuts the reading half of the TCP
  * connections to its server that came during the start or come while it ends: to its address and
  * port, or to its port alone where the URI names the host. Make none of the application's own to
- * that server at these times. Descriptors from 1024 on are beyond the
- * probe and this way out: keep fewer files open.
+ * that server at these times. Descriptors from 1024 on are beyond the probe and this way out: keep
+ * fewer files open.
  */
 #ifndef ANIMATION_PLAYER_H
 #define ANIMATION_PLAYER_H

@@ -6,9 +6,11 @@
  */
 #include <player/server_connection.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -32,23 +34,32 @@ Connection connection;
  * tells. */
 struct Server {
 	std::string address;
-	uint16_t port = 1935;
+	uint16_t port = 0;
 };
+
+/* RTMP may be tunnelled through HTTP (t) or TLS (s). */
+uint16_t default_port(std::string_view scheme)
+{
+	if (scheme.ends_with('s'))
+		return 443;
+	return scheme.starts_with("rtmpt") ? 80 : 1935;
+}
 
 Server server_of(const char *uri)
 {
 	Server server;
-	const char *host = strstr(uri, "://");
-	if (!host)
+	const char *scheme_end = strstr(uri, "://");
+	if (!scheme_end)
 		return server;
-	host += strlen("://");
+	const char *host = scheme_end + strlen("://");
 	const size_t length = strcspn(host, ":/");
 	in_addr numeric;
 	const std::string name(host, length);
 	if (inet_pton(AF_INET, name.c_str(), &numeric) == 1)
 		server.address = name;
-	if (host[length] == ':')
-		server.port = static_cast<uint16_t>(atoi(host + length + 1));
+	const int port = host[length] == ':' ? atoi(host + length + 1) : 0;
+	server.port = port > 0 && port <= UINT16_MAX ? static_cast<uint16_t>(port)
+	                                             : default_port({uri, scheme_end});
 	return server;
 }
 

@@ -150,7 +150,6 @@ void create_surface(struct window *window)
 	window->native = wl_egl_window_create(window->surface, width, height);
 	window->egl_surface = weston_platform_create_egl_surface(
 	    display->egl.dpy, display->egl.conf, window->native, nullptr);
-	REQUIRE(window->egl_surface); /* the context could be made current without one */
 	REQUIRE_AS(display->shell, "0");
 	create_xdg_surface(window, display);
 	make_opaque(display->compositor, window->surface, width, height);
@@ -159,6 +158,7 @@ void create_surface(struct window *window)
 	EGLBoolean ret = eglMakeCurrent(
 	    display->egl.dpy, window->egl_surface, window->egl_surface, display->egl.ctx);
 	REQUIRE(ret == 1);
+	REQUIRE(window->egl_surface); /* the context may have become current without one */
 	if (!window->frame_sync)
 		eglSwapInterval(display->egl.dpy, 0);
 }

@@ -3,9 +3,8 @@
  *
  * An application calls Init and DeInit, and takes g_mutex where <animation/animation.h> asks for
  * it. Everything else is exported for tools that bring their own GL context and drive frames
- * themselves (animation-play --offline, the tests): such a tool initialises g_mutex as a recursive
- * mutex, fills a display and a window, calls GetProcAddress and init_gl with its context current,
- * and then redraw once a frame.
+ * themselves (animation-play --offline, the tests): such a tool fills a display and a window,
+ * calls GetProcAddress and init_gl with its context current, and then redraw once a frame.
  */
 #ifndef ANIMATION_RENDER_H
 #define ANIMATION_RENDER_H
@@ -121,7 +120,7 @@ extern pthread_t pid;
 /* The render thread's window. */
 extern struct window *p_gwindow;
 
-/* The one lock: recursive, created by Init, destroyed by DeInit. It guards the object list, the
+/* The one lock: recursive, made anew by Init, destroyed by DeInit. It guards the object list, the
  * objects and the player's registration. Frames wait for it: never keep it for long. */
 extern pthread_mutex_t g_mutex;
 
@@ -133,11 +132,11 @@ extern pthread_mutex_t g_mutex;
  * thread, without a surface: that thread is the one for texture handles.
  *
  * Takes over SIGINT for the whole process, once: the first one stops the render thread (DeInit is
- * still to be called, on this thread), the second has the default effect. An application that
- * goes on after DeInit sets its own handler again. A start-up that cannot
- * succeed (no compositor, no xdg_shell, no EGL config, ...) ends the process with a line on the
- * standard error. If the render thread ends before Init is over, Init returns all the same with a
- * line on the standard error: nothing may then be called but DeInit.
+ * still to be called, on this thread), the second has the default effect. An application that goes
+ * on after DeInit sets its own handler again. A start-up that cannot succeed (no compositor, no
+ * xdg_shell, no EGL config, ...) ends the process with a line on the standard error. If the render
+ * thread ends before Init is over, Init returns all the same with a line on the standard error:
+ * nothing may then be called but DeInit.
  *
  * May be called again after DeInit, on an empty object list.
  */

@@ -1,6 +1,4 @@
-#include <chrono>
 #include <cstdio>
-#include <thread>
 
 #include <gst/gst.h>
 #include <gtest/gtest.h>
@@ -19,17 +17,6 @@ void set_up_player()
 		return true;
 	}();
 	(void)done;
-}
-
-bool wait_until(const std::function<bool()> &condition, double seconds)
-{
-	const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-	while (!condition()) {
-		if (std::chrono::steady_clock::now() > end)
-			return false;
-		std::this_thread::sleep_for(std::chrono::milliseconds(5));
-	}
-	return true;
 }
 
 Caught::Caught(int stream)

@@ -1,14 +1,12 @@
 /* What the player's tests share: texts that the process writes, waiting, the lock. */
 #pragma once
 
-#include <functional>
 #include <string>
+
+#include "../support/wait.h"
 
 /* Initialises GStreamer and g_mutex, once: these tests run without a render thread. */
 void set_up_player();
-
-/* True as soon as the condition holds, false when it does not within the seconds. */
-bool wait_until(const std::function<bool()> &condition, double seconds = 10);
 
 /* Catches a standard stream while it lives, and shows it after all if the test failed. */
 class Caught

@@ -1,5 +1,7 @@
 #include "system_test.h"
 
+#include "../support/wait.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -29,13 +31,7 @@ std::uint32_t Shown::at(int x, int y) const
 
 bool eventually(const std::function<bool()> &condition)
 {
-	const auto end = std::chrono::steady_clock::now() + kLimit;
-	while (!condition()) {
-		if (std::chrono::steady_clock::now() > end)
-			return false;
-		std::this_thread::sleep_for(std::chrono::milliseconds(5));
-	}
-	return true;
+	return wait_until(condition, kLimit.count());
 }
 
 void SystemTest::start_compositor(CompositorOptions options)

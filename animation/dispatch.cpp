@@ -1,6 +1,6 @@
 #include <animation/animation.h>
-#include <animation/list_lock.h>
-#include <animation/report.h>
+#include <base/lock.h>
+#include <base/report.h>
 
 unsigned int CreateAnimationObj(AnimationType type, void *para)
 {

@@ -8,9 +8,9 @@
 #pragma once
 
 #include <animation/animation.h>
-#include <animation/heap.h>
-#include <animation/list_lock.h>
 #include <animation/status.h>
+#include <base/heap.h>
+#include <base/lock.h>
 
 /* The records of the types that go round a cycle, with a start delay: loop_family.h. */
 template <class Para>

@@ -1,5 +1,5 @@
 #include <animation/loop_family.h>
-#include <animation/report.h>
+#include <base/report.h>
 
 /* The flash, and the texture cut: a flash with texture coordinates of the caller's. */
 

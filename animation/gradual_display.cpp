@@ -1,7 +1,7 @@
 #include <animation/block_mask.h>
 #include <animation/gradual_masks.h>
 #include <animation/loop_family.h>
-#include <animation/report.h>
+#include <base/report.h>
 
 #include <algorithm>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #include <animation/animation.h>
-#include <animation/heap.h>
-#include <animation/report.h>
+#include <base/heap.h>
+#include <base/report.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include <animation/animation.h>
-#include <animation/report.h>
 #include <animation/video_family.h>
+#include <base/report.h>
 
 #include <cstdlib>
 

@@ -1,6 +1,6 @@
 #include <animation/animation.h>
-#include <animation/heap.h>
-#include <animation/list_lock.h>
+#include <base/heap.h>
+#include <base/lock.h>
 
 namespace
 {

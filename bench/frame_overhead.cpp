@@ -15,7 +15,7 @@
 
 #include <animation/animation.h>
 #include <bench/gl_tape.h>
-#include <play/offscreen_window.h>
+#include <offscreen/offscreen_window.h>
 
 namespace
 {

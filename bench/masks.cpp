@@ -13,7 +13,7 @@
 #include <animation/block_mask.h>
 #include <animation/gradual_masks.h>
 #include <bench/measured_times.h>
-#include <play/offscreen_window.h>
+#include <offscreen/offscreen_window.h>
 
 namespace
 {

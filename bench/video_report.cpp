@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <vector>
 
-#include <host/padded_picture.h>
+#include <device/padded_picture.h>
 
 namespace
 {

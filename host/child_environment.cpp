@@ -49,15 +49,16 @@ static void force_software_drawing(Environment &environment)
 
 /* ---- Companions ---- */
 
-/* A companion lies beside the program in the build tree, in the library folder when installed.
- * Empty if it is in neither. */
+/* A companion lies in the build tree's folder device, in the library folder when installed. Empty
+ * if it is in neither. */
 static fs::path find_companion(const std::string &name)
 {
 	std::error_code failure;
 	const fs::path folder = fs::read_symlink("/proc/self/exe", failure).parent_path();
 	if (failure)
 		return {};
-	for (const fs::path &path : {folder / name, folder / ".." / COMPANION_FOLDER / name})
+	for (const fs::path &path :
+	    {folder / "../device" / name, folder / ".." / COMPANION_FOLDER / name})
 		if (fs::exists(path, failure))
 			return fs::weakly_canonical(path, failure);
 	return {};

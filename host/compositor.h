@@ -20,7 +20,7 @@
 #include <string>
 #include <vector>
 
-#include <host/picture.h>
+#include <sinks/picture.h>
 
 struct wl_event_loop;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <host/sink_arguments.h>
+#include <sinks/sink_arguments.h>
 
 struct SessionOptions {
 	SinkArguments pictures;

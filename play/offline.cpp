@@ -1,8 +1,8 @@
 #include <algorithm>
 
-#include <host/picture.h>
+#include <sinks/picture.h>
 
-#include <play/offscreen_window.h>
+#include <offscreen/offscreen_window.h>
 #include <play/performance.h>
 #include <play/stage.h>
 

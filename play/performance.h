@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include <host/sink_arguments.h>
+#include <sinks/sink_arguments.h>
 
 #include <play/scene.h>
 

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <thread>
 
-#include <animation/list_lock.h>
+#include <base/lock.h>
 #include <player/player.h>
 
 namespace

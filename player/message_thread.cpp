@@ -2,7 +2,7 @@
 #include <cstdlib>
 
 #include <animation/animation.h>
-#include <animation/list_lock.h>
+#include <base/lock.h>
 #include <player/pipeline.h>
 
 GMainLoop *loop;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include <animation/list_lock.h>
+#include <base/lock.h>
 #include <player/server_connection.h>
 
 namespace

@@ -6,7 +6,7 @@
 #include <sys/time.h>
 
 #include <animation/animation.h>
-#include <animation/list_lock.h>
+#include <base/lock.h>
 #include <player/pipeline.h>
 #include <player/server_connection.h>
 

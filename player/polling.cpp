@@ -1,7 +1,7 @@
 /* What an application can ask of a playback from outside. */
 #include <memory>
 
-#include <animation/list_lock.h>
+#include <base/lock.h>
 #include <player/pipeline.h>
 
 namespace

@@ -7,7 +7,7 @@
 #include <gst/video/gstvideometa.h>
 
 #include <animation/animation.h>
-#include <animation/list_lock.h>
+#include <base/lock.h>
 #include <player/player_state.h>
 
 int first_frame = 1;

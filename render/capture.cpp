@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <unistd.h>
 
-#include <animation/heap.h>
+#include <base/heap.h>
 
 void capture_frame(const struct window &window)
 {

@@ -6,8 +6,8 @@
 #include <wayland-client.h>
 #include <wayland-egl.h>
 
-#include <animation/heap.h>
-#include <animation/report.h>
+#include <base/heap.h>
+#include <base/report.h>
 #include <protocol/xdg-shell-client-protocol.h>
 #include <render/fatal.h>
 #include <render/platform.h>

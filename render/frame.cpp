@@ -1,10 +1,9 @@
 #include <render/render.h>
 
-#include <animation/list_lock.h>
 #include <animation/status.h>
+#include <base/lock.h>
 #include <render/capture.h>
 
-volatile int64_t gpuRender_framecnt;
 volatile int64_t framecnt;
 
 namespace

@@ -10,7 +10,7 @@
 
 #include <wayland-client.h>
 
-#include <animation/list_lock.h>
+#include <base/lock.h>
 #include <protocol/xdg-shell-client-protocol.h>
 #include <render/fatal.h>
 #include <render/shared_context.h>
@@ -18,7 +18,6 @@
 volatile int running;
 pthread_t pid;
 struct window *p_gwindow;
-pthread_mutex_t g_mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
 namespace
 {

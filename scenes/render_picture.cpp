@@ -14,7 +14,7 @@
 #include <librsvg/rsvg.h>
 #include <png.h>
 
-#include <play/cairo_pointers.h>
+#include <scenes/cairo_pointers.h>
 
 namespace
 {

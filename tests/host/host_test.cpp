@@ -116,15 +116,17 @@ TEST_F(HostTest, LeadsTheProgramToItsCompanions)
 {
 	constexpr const char *kCompanions[] = {
 	    "libanimation-egl-import.so", "gstreamer/libgstanimationdecoder.so"};
-	const fs::path built = fs::path(HOST_PROGRAM).parent_path(), odd = folder + "/of: a user";
-	fs::create_directories(odd / "gstreamer");
-	fs::copy(HOST_PROGRAM, odd);
+	const fs::path built = fs::path(HOST_PROGRAM).parent_path() / "../device";
+	const fs::path odd = folder + "/of: a user", device = odd / "device";
+	fs::create_directories(odd / "host");
+	fs::create_directories(device / "gstreamer");
+	fs::copy(HOST_PROGRAM, odd / "host");
 	for (const char *companion : kCompanions)
-		fs::copy(built / companion, odd / companion);
+		fs::copy(built / companion, device / companion);
 	/* A registry of the test's own, with nothing but the decoder in it. */
 	const std::string alone = "GST_PLUGIN_SYSTEM_PATH_1_0= GST_REGISTRY=" + folder + "/registry ";
 	for (const std::string users : {"GST_PLUGIN_PATH=/none ", "GST_PLUGIN_PATH_1_0= "}) {
-		command = alone + users + "'" + odd.string() + "/animation-host'";
+		command = alone + users + "'" + odd.string() + "/host/animation-host'";
 		EXPECT_EQ(run("-- sh -c 'grep -q egl-import /proc/self/maps && "
 		              "gst-inspect-1.0 --exists ducatih264decvpe'"),
 		    0)
@@ -132,7 +134,7 @@ TEST_F(HostTest, LeadsTheProgramToItsCompanions)
 		EXPECT_EQ(errors(), "");
 	}
 	for (const char *companion : kCompanions)
-		fs::remove(odd / companion);
+		fs::remove(device / companion);
 	EXPECT_EQ(run("-- true"), 0);
 	for (const std::string companion : kCompanions)
 		EXPECT_NE(errors().find(companion + " is missing"), std::string::npos) << errors();

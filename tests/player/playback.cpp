@@ -1,4 +1,4 @@
-#include <animation/list_lock.h>
+#include <base/lock.h>
 
 #include "playback.h"
 

@@ -5,7 +5,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <animation/list_lock.h>
+#include <base/lock.h>
 
 #include "support.h"
 

@@ -15,7 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <animation/animation.h>
-#include <play/offscreen_window.h>
+#include <offscreen/offscreen_window.h>
 
 OffscreenWindow &offscreen();
 

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <thread>
 
+#include <base/lock.h>
+
 namespace
 {
 
@@ -73,14 +75,10 @@ void SystemTest::remove_all()
 /* DeInit frees no object and takes the lock away, without which none can be freed. */
 static void free_what_is_left()
 {
-	pthread_mutexattr_t recursive;
-	pthread_mutexattr_init(&recursive);
-	pthread_mutexattr_settype(&recursive, PTHREAD_MUTEX_RECURSIVE);
-	pthread_mutex_init(&g_mutex, &recursive);
+	create_list_mutex();
 	while (animationItemHead)
 		RemoveAnimationObjReal(animationItemHead->objId);
 	pthread_mutex_destroy(&g_mutex);
-	pthread_mutexattr_destroy(&recursive);
 }
 
 void SystemTest::finish()

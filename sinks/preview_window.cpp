@@ -1,4 +1,4 @@
-#include <host/preview_window.h>
+#include <sinks/preview_window.h>
 
 #include <algorithm>
 #include <cstdio>

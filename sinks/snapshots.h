@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include <host/picture.h>
+#include <sinks/picture.h>
 
 struct Snapshot;
 

@@ -1,4 +1,4 @@
-#include <host/recorder.h>
+#include <sinks/recorder.h>
 
 #include <cstring>
 
@@ -6,7 +6,7 @@
 #include <gst/gst.h>
 #include <gst/video/video.h>
 
-#include <host/unfinished_file.h>
+#include <sinks/unfinished_file.h>
 
 /* At a constant quantiser the ultrafast preset is cheap enough to run beside a software renderer on
  * two cores, and sharp edges stay sharp. x264enc makes 4:4:4 of anything but I420. */

@@ -1,4 +1,4 @@
-#include <host/sink_arguments.h>
+#include <sinks/sink_arguments.h>
 
 #include <charconv>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include <host/memfd_allocator.h>
+#include <device/memfd_allocator.h>
 
 #include <fcntl.h>
 #include <sys/mman.h>

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "play/cairo_pointers.h"
+#include "scenes/cairo_pointers.h"
 
 namespace
 {

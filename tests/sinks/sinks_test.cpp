@@ -1,4 +1,4 @@
-#include <host/sinks.h>
+#include <sinks/sinks.h>
 
 #include <cstdlib>
 

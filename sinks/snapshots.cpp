@@ -1,12 +1,12 @@
-#include <host/snapshots.h>
+#include <sinks/snapshots.h>
 
 #include <cerrno>
 #include <cstring>
 
 #include <png.h>
 
-#include <host/sinks.h>
-#include <host/unfinished_file.h>
+#include <sinks/sinks.h>
+#include <sinks/unfinished_file.h>
 
 bool open_snapshots(
     const std::vector<Snapshot> &wanted, std::vector<PendingSnapshot> *pending, std::string *error)

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include <host/picture.h>
+#include <sinks/picture.h>
 
 /* The picture of this number, counted from 1, goes to this file. */
 struct Snapshot {

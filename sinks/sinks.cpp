@@ -1,8 +1,8 @@
-#include <host/sinks.h>
+#include <sinks/sinks.h>
 
-#include <host/preview_window.h>
-#include <host/recorder.h>
-#include <host/snapshots.h>
+#include <sinks/preview_window.h>
+#include <sinks/recorder.h>
+#include <sinks/snapshots.h>
 
 struct Sinks {
 	int width;

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include <host/picture.h>
+#include <sinks/picture.h>
 
 struct PreviewWindow;
 struct PreviewWindowDeleter {

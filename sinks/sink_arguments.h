@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include <host/sinks.h>
+#include <sinks/sinks.h>
 
 struct SinkArguments {
 	SinkOptions sinks;

@@ -7,7 +7,7 @@
 #include <gst/gst.h>
 #include <gst/video/video.h>
 
-#include <host/padded_frames.h>
+#include <device/padded_frames.h>
 
 /* Above the software decoders, so that decodebin takes this one. */
 constexpr guint kRank = GST_RANK_PRIMARY + 64;

@@ -1,4 +1,4 @@
-#include <host/padded_picture.h>
+#include <device/padded_picture.h>
 
 #include <cstring>
 

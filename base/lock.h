@@ -3,9 +3,11 @@
 
 #include <pthread.h>
 
-#include <render/render.h>
+/* The library's one public lock; <render/render.h> tells what it guards. */
+extern "C" __attribute__((visibility("default"))) pthread_mutex_t g_mutex;
 
-/* Recursive: list operations nest. */
+/* Recursive: list operations nest. Inline, since a window in memory makes the mutex in place of
+ * Init, from outside the library. */
 inline void create_list_mutex()
 {
 	pthread_mutexattr_t attributes;

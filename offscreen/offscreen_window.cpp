@@ -1,4 +1,4 @@
-#include <play/offscreen_window.h>
+#include <offscreen/offscreen_window.h>
 
 #include <algorithm>
 #include <array>
@@ -6,7 +6,7 @@
 
 #include <EGL/eglext.h>
 
-#include <animation/list_lock.h>
+#include <base/lock.h>
 
 namespace
 {

@@ -6,7 +6,8 @@
 #include <cstdint>
 #include <cstdio>
 
-#include <render/render.h>
+/* Number of swapped frames, counted by the render thread. */
+extern "C" __attribute__((visibility("default"))) volatile int64_t gpuRender_framecnt;
 
 /* True while the count of swapped frames rests on a multiple of 300. Any thread. */
 inline bool report_is_due()

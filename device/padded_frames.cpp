@@ -1,4 +1,4 @@
-#include <host/padded_frames.h>
+#include <device/padded_frames.h>
 
 #include <utility>
 
@@ -6,8 +6,8 @@
 #include <gst/video/gstvideometa.h>
 #include <gst/video/video.h>
 
-#include <host/memfd_allocator.h>
-#include <host/padded_picture.h>
+#include <device/memfd_allocator.h>
+#include <device/padded_picture.h>
 
 /* Frames that pass before one is written again: time for a receiver that uses a descriptor after
  * it has let go of the buffer. */

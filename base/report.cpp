@@ -1,0 +1,3 @@
+#include <base/report.h>
+
+volatile int64_t gpuRender_framecnt;

@@ -194,7 +194,9 @@ typedef struct RenderObj {
 	uint32_t tex_num;        /* entries of textures in use, which removal deletes */
 	float constant_color[4]; /* R, G, B, A from 0 to 1, for RENDER_CONSTANT */
 	ViewPortID vp_id;
-	bool repaint; /* draw this object in this frame */
+	bool repaint;           /* draw this object in this frame */
+	uint8_t textures_owner; /* the library's note of whose textures these are; 0: as the record's
+	                           texture mode says */
 } RenderObj;
 
 /* One node of the list. Everything it points to is the list's own; only the render thread frees a
@@ -430,14 +432,17 @@ typedef struct VideoRAW_animationpara {
 /* ---- Objects: any thread, between Init and DeInit ------------------------------------------ */
 
 /*
- * Creates an object of the type from its record (para, never NULL) and returns its id: the
- * smallest one that is free, which may be the id of an object that has just gone.
+ * Creates an object of the type from its record and returns its id: the smallest one that is free,
+ * which may be the id of an object that has just gone.
  *
  * The record and its position arrays are copied and may be reused at once; only the pixels of
  * TEX_DATA and the textures of TEX_IDS have to live on. Writes update (and, for videos, bufinfo)
  * of the caller's record. Files are read by the object's first frame, on the render thread.
  *
- * ANIMATION_NO_OBJECT: no such type, no memory, or a record that the type refuses (above).
+ * ANIMATION_NO_OBJECT: no such type, no memory, or a record that no object can be. Such a record is
+ * left as it is: NULL; coordnum not 0 without position2d, texcoord (videos) or texPosition2d
+ * (ANI_TEX_CUT); tex_num above ANIMATION_MAX_TEXTURES (ANI_GRADUALLYDISP:
+ * ANIMATION_MAX_GRADUAL_TEXTURES); mask_index or alpha_index above ANIMATION_NO_TEXTURE.
  */
 unsigned int CreateAnimationObj(AnimationType type, void *para);
 
@@ -446,8 +451,8 @@ unsigned int CreateAnimationObj(AnimationType type, void *para);
  * field says what the next frame rebuilds. Two updates between two frames: the second counts alone,
  * so that one with UPD_MISC before the object's first frame takes its set-up away, and nothing of
  * it shows. For the loop types it writes the remaining pre_frame into the caller's record. Unknown
- * id: nothing happens. If memory runs out, the object draws nothing until an update with
- * UPD_COORDS, and is removed as usual.
+ * id, or a record that creation would refuse: nothing happens. If memory runs out, the object draws
+ * nothing until an update with UPD_COORDS, and is removed as usual.
  */
 void UpdateAnimationObj(unsigned int id, void *para);
 
@@ -470,8 +475,8 @@ AnimationObj *FindAnimationObj(unsigned int id);
 unsigned int GenAnimationObjId(void);
 
 /* Appends an object under its id; a second object of the same id is refused with a rate-limited
- * report, and stays the caller's. For the Create functions: they allocate more around a RenderObj
- * than is told here, so that an application never makes a node of its own. */
+ * report, and stays the caller's. For the Create functions; whoever makes a node by hand gives the
+ * list all of it: node, record, RenderObj and their arrays are zeroed blocks of malloc, filled. */
 void InsertAnimationObj(unsigned int id, AnimationObj *obj);
 
 /* The first object of the list, in creation order; NULL when there is none. Guarded by g_mutex. */

@@ -28,7 +28,9 @@ void cross_fade(AnimationObj &obj, Backgroud_animationpara &para)
 	renderobj.prealpha1 = progress;
 	renderobj.blendingmode = BLD_SOURCE_OVER;
 	if (obj.curframeno == para.in_frame) {
-		std::swap(renderobj.textures[0], renderobj.textures[target]);
+		/* A record may name a texture that waits for UPD_TEXS: there is nothing to swap with. */
+		if (target < renderobj.tex_num)
+			std::swap(renderobj.textures[0], renderobj.textures[target]);
 		para.textures.mask_index = ANIMATION_NO_TEXTURE;
 	}
 	clear_status(obj, ST_SHOW);
@@ -47,7 +49,7 @@ void GenBackgroundAnimationFrame(unsigned int id, void *)
 
 	if (has_status(*obj, ST_PENDINGDESTROY)) {
 		destroy_undrawn(*obj);
-		give_up_borrowed_textures(renderobj);
+		give_up_callers_textures(renderobj, para.textures, 0);
 		return;
 	}
 	set_up(*obj, para, whole_picture, [&](RenderObj &target, const TextureArray &textures) {

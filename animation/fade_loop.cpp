@@ -68,7 +68,7 @@ void GenFadeInOutLoopAnimationFrame(unsigned int id, void *)
 	auto &para = para_of<FadeInOutLoop_animationpara>(*obj);
 	RenderObj &renderobj = *obj->renderobj;
 
-	if (remove_immediately(*obj))
+	if (remove_immediately(*obj, para))
 		return;
 	set_up(*obj, para, whole_picture, rebuild_textures);
 

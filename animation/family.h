@@ -8,7 +8,9 @@
 #pragma once
 
 #include <animation/animation.h>
+#include <animation/records.h>
 #include <animation/status.h>
+#include <animation/texture_set.h>
 #include <base/heap.h>
 #include <base/lock.h>
 
@@ -27,60 +29,29 @@ Para &para_of(AnimationObj &obj)
 	return *static_cast<Para *>(obj.animationpara);
 }
 
-/* Gives a fresh copy of a record its own arrays; false without memory, with the pointer NULL. */
-template <class Para>
-bool own_position(Para &para)
-{
-	return own_copy(para.in_position2d.position2d, std::size_t{2} * para.in_position2d.coordnum);
-}
-
-template <class Para>
-void free_position(Para &para)
-{
-	drop(para.in_position2d.position2d);
-}
-
-/* The record of a texture cut owns its cut as well. */
-inline bool own_cut(TexCut_animationpara &para)
-{
-	InPosition2D &strip = para.in_position2d;
-	/* Both pointers are the caller's at first: each is replaced, whatever became of the other. */
-	bool cut = own_copy(strip.texPosition2d, std::size_t{2} * strip.coordnum);
-	return own_position(para) && cut;
-}
-
-inline void free_cut(TexCut_animationpara &para)
-{
-	free_position(para);
-	drop(para.in_position2d.texPosition2d);
-}
-
-/* What a type's record owns: how to take and how to give up its arrays. */
-template <class Para>
-struct RecordArrays {
-	bool (*own)(Para &) = own_position<Para>;
-	void (*release)(Para &) = free_position<Para>;
-};
-
 /* A fresh object with a fresh id around a record, not on the list yet; NULL without memory. */
 AnimationObj *new_object(AnimationType type, void *para, RenderMode rendermode);
 
 /* Creates an object from the caller's record. g_mutex is held from drawing the id to appending, so
  * that any number of threads may create at once. */
 template <class Para>
-unsigned int create_object(AnimationType type, Para *caller, RecordArrays<Para> arrays = {},
-    UpdateMode first_update = UPD_ALL, RenderMode rendermode = RENDER_TEXTURED)
+unsigned int create_object(AnimationType type, Para *caller, UpdateMode first_update = UPD_ALL,
+    RenderMode rendermode = RENDER_TEXTURED)
 {
+	if (is_refused(caller))
+		return ANIMATION_NO_OBJECT;
 	ListLock lock;
 	HeapBlock<Para> para(allocate<Para>());
 	if (!para)
 		return ANIMATION_NO_OBJECT;
 	caller->update = first_update;
 	*para = *caller;
-	bool owned = arrays.own(*para);
+	if constexpr (VideoPara<Para>)
+		para->bufinfo = nullptr; /* a new object begins without a frame */
+	bool owned = own_arrays(type, para.get());
 	AnimationObj *obj = owned ? new_object(type, para.get(), rendermode) : nullptr;
 	if (!obj) {
-		arrays.release(*para);
+		release_arrays(type, para.get());
 		return ANIMATION_NO_OBJECT;
 	}
 	para.release();
@@ -91,20 +62,22 @@ unsigned int create_object(AnimationType type, Para *caller, RecordArrays<Para> 
 /* Replaces an object's record by the caller's; an unknown id is ignored. The remaining start delay
  * of a loop type is kept, and told to the caller. */
 template <class Para>
-void replace_record(unsigned int id, Para *caller, RecordArrays<Para> arrays = {})
+void replace_record(unsigned int id, Para *caller)
 {
+	if (is_refused(caller))
+		return;
 	ListLock lock;
 	AnimationObj *obj = FindAnimationObj(id);
 	if (!obj)
 		return;
 	auto &para = para_of<Para>(*obj);
-	arrays.release(para);
+	release_arrays(obj->animationtype, &para);
 	if constexpr (LoopPara<Para>)
 		caller->pre_frame = para.pre_frame;
 	para = *caller;
-	if (!arrays.own(para)) {
+	if (!own_arrays(obj->animationtype, &para)) {
 		/* An empty strip draws nothing, and the object still goes away as usual. */
-		arrays.release(para);
+		release_arrays(obj->animationtype, &para);
 		para.in_position2d.coordnum = 0;
 		para.update = static_cast<UpdateMode>(para.update | UPD_COORDS);
 	}
@@ -114,12 +87,6 @@ void replace_record(unsigned int id, Para *caller, RecordArrays<Para> arrays = {
 
 /* Marks an object for the end of this frame, undrawn. */
 void destroy_undrawn(AnimationObj &obj);
-
-/* True if the object's texture set is the caller's own: never to be deleted here. */
-bool textures_are_borrowed(RenderObj &renderobj);
-
-/* Keeps the removal of an object from deleting textures that are the caller's. */
-void give_up_borrowed_textures(RenderObj &renderobj);
 
 /* ---- Set-up ------------------------------------------------------------------------------- */
 
@@ -149,19 +116,6 @@ inline void whole_picture(RenderObj &renderobj)
 {
 	GenTextureCoord(renderobj.texturecoord0, renderobj.coordnum, true);
 }
-
-/* Loads or takes over the caller's texture set. previous is the number of entries that hold the
- * set before it; only those that the object owns are deleted. */
-void resolve_textures(RenderObj &renderobj, const TextureArray &textures, uint32_t previous);
-
-/* Pictures in the set, without mask and alpha texture; sets the render mode by it. */
-int count_pictures(RenderObj &renderobj, const TextureArray &textures);
-
-void set_constant_color(RenderObj &renderobj, const TextureArray &textures);
-
-/* Texture rebuild of the types whose objects hold nothing but the caller's set. Returns the number
- * of pictures. */
-int rebuild_textures(RenderObj &renderobj, const TextureArray &textures);
 
 /* The matrix of every object: it maps model space to the whole viewport. */
 void set_projection(RenderObj &renderobj);

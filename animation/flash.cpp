@@ -6,7 +6,11 @@
 namespace
 {
 
-constexpr RecordArrays<TexCut_animationpara> kCutArrays = {own_cut, free_cut};
+/* The record is a flash's, but for the array that only a cut reads. */
+bool lacks_cut(const TexCut_animationpara *para)
+{
+	return para && lacks_array(para->in_position2d, para->in_position2d.texPosition2d);
+}
 
 void blink(AnimationObj &obj, const Flash_animationpara &para)
 {
@@ -27,7 +31,7 @@ void generate_flash(AnimationObj &obj, FillCoordinates fill_coordinates)
 	auto &para = para_of<Flash_animationpara>(obj);
 	RenderObj &renderobj = *obj.renderobj;
 
-	if (remove_immediately(obj))
+	if (remove_immediately(obj, para))
 		return;
 	set_up(obj, para, fill_coordinates, rebuild_textures);
 
@@ -60,19 +64,18 @@ void GenFlashAnimationFrame(unsigned int id, void *)
 
 unsigned int CreateTexCutAnimation(TexCut_animationpara *para)
 {
-	if (!para->in_position2d.texPosition2d)
+	if (lacks_cut(para))
 		return ANIMATION_NO_OBJECT;
-	return create_object(ANI_TEX_CUT, para, kCutArrays);
+	return create_object(ANI_TEX_CUT, para);
 }
 
 void UpdateTexCutAnimation(unsigned int id, TexCut_animationpara *para)
 {
 	ListLock lock;
-	if (FindAnimationObj(id) && !para->in_position2d.texPosition2d) {
+	if (!lacks_cut(para))
+		replace_record(id, para);
+	else if (FindAnimationObj(id))
 		REPORT("ERROR: a texture cut needs texPosition2d\n");
-		return;
-	}
-	replace_record(id, para, kCutArrays);
 }
 
 void GenTexCutAnimationFrame(unsigned int id, void *)

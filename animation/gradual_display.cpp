@@ -10,7 +10,7 @@ namespace
 {
 
 /* Mask textures stand behind the caller's: four fixed bitmaps, then seven that frames fill. */
-constexpr uint32_t kMasks = 11;
+constexpr uint32_t kMasks = kOwnTextures<GraduallyDispLoop_animationpara>;
 constexpr const char *kMaskFiles[kMasks] = {
     MASK_DIR "GT.bmp",
     MASK_DIR "GB.bmp",
@@ -24,29 +24,10 @@ constexpr const char *kMaskFiles[kMasks] = {
     MASK_DIR "white.bmp",
     MASK_DIR "white.bmp",
 };
-static_assert(kMasks + ANIMATION_MAX_GRADUAL_TEXTURES == ANIMATION_MAX_TEXTURES);
 static_assert(sizeof(MASK_DIR "white.bmp") <= sizeof(TextureArray::textures_name[0]),
     "the path of the mask folder is too long for a texture's file name");
 
 constexpr CycleStates kStates = {ST_GRADEIN, ST_GRADEOUT};
-
-bool has_room_for_masks(const GraduallyDispLoop_animationpara &para)
-{
-	return para.textures.tex_num <= ANIMATION_MAX_GRADUAL_TEXTURES;
-}
-
-/* The caller's textures among those of the object; none before the first set-up. */
-uint32_t callers_textures(const RenderObj &renderobj)
-{
-	return renderobj.tex_num ? renderobj.tex_num - kMasks : 0;
-}
-
-/* The masks are the object's own and still to be deleted: only the caller's ids are forgotten. */
-void give_up_all_but_masks(RenderObj &renderobj)
-{
-	if (textures_are_borrowed(renderobj))
-		std::fill_n(renderobj.textures, callers_textures(renderobj), 0);
-}
 
 void load_masks(RenderObj &renderobj, TextureArray &textures)
 {
@@ -64,7 +45,7 @@ void load_masks(RenderObj &renderobj, TextureArray &textures)
 
 void rebuild_with_masks(RenderObj &renderobj, TextureArray &textures)
 {
-	uint32_t previous = callers_textures(renderobj);
+	uint32_t previous = callers_count(renderobj, kMasks);
 	if (renderobj.tex_num)
 		glDeleteTextures(kMasks, renderobj.textures + previous);
 	resolve_textures(renderobj, textures, previous);
@@ -94,7 +75,8 @@ void apply_mask(
 	MaskKind kind = mask_kind(mode);
 	if (kind == MaskKind::kNone || !renderobj.tex_num)
 		return;
-	uint32_t texidx = callers_textures(renderobj) + static_cast<uint32_t>(mask_slot(mode, half));
+	uint32_t texidx =
+	    callers_count(renderobj, kMasks) + static_cast<uint32_t>(mask_slot(mode, half));
 	MaskWindow window = {0.0f, 0.0f, 1.0f, 1.0f};
 	if (kind == MaskKind::kLine)
 		window = line_window(mode, at.n, at.N);
@@ -112,20 +94,17 @@ void apply_mask(
 
 unsigned int CreateGraduallyDispLoopAnimation(GraduallyDispLoop_animationpara *para)
 {
-	if (!has_room_for_masks(*para))
-		return ANIMATION_NO_OBJECT;
 	return create_object(ANI_GRADUALLYDISP, para);
 }
 
 void UpdateGraduallyDispLoopAnimation(unsigned int id, GraduallyDispLoop_animationpara *para)
 {
 	ListLock lock;
-	if (FindAnimationObj(id) && !has_room_for_masks(*para)) {
+	if (!para || has_room_for<GraduallyDispLoop_animationpara>(para->textures))
+		replace_record(id, para);
+	else if (FindAnimationObj(id))
 		REPORT(
 		    "ERROR: a gradual display takes at most %d textures\n", ANIMATION_MAX_GRADUAL_TEXTURES);
-		return;
-	}
-	replace_record(id, para);
 }
 
 void GenGraduallyDispLoopAnimationFrame(unsigned int id, void *)
@@ -136,7 +115,7 @@ void GenGraduallyDispLoopAnimationFrame(unsigned int id, void *)
 	auto &para = para_of<GraduallyDispLoop_animationpara>(*obj);
 	RenderObj &renderobj = *obj->renderobj;
 
-	if (remove_immediately(*obj, give_up_all_but_masks))
+	if (remove_immediately(*obj, para))
 		return;
 	set_up(*obj, para, whole_picture, rebuild_with_masks);
 
@@ -153,5 +132,5 @@ void GenGraduallyDispLoopAnimationFrame(unsigned int id, void *)
 		set_cycle_status(*obj, at, kStates);
 	}
 	bind_alpha_texture(renderobj, para.textures);
-	close_loop_frame(*obj, para, cycle_end_of(para), give_up_all_but_masks);
+	close_loop_frame(*obj, para, cycle_end_of(para));
 }

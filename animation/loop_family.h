@@ -8,13 +8,13 @@
 
 /* The destroy check of the loop types, which let DEL_ON_HIDE wait for a hidden phase. True if the
  * object goes: its frame is over. */
-inline bool remove_immediately(
-    AnimationObj &obj, void (*give_up_textures)(RenderObj &) = give_up_borrowed_textures)
+template <LoopPara Para>
+bool remove_immediately(AnimationObj &obj, const Para &para)
 {
 	if (!has_status(obj, ST_PENDINGDESTROY) || obj.delmode != DEL_IMMEDIATELY)
 		return false;
 	destroy_undrawn(obj);
-	give_up_textures(*obj.renderobj);
+	give_up_callers_textures(*obj.renderobj, para.textures, kOwnTextures<Para>);
 	return true;
 }
 
@@ -50,8 +50,7 @@ void count_start_delay(AnimationObj &obj, Para &para)
 
 /* The end of a loop type's frame. An object that goes here is still drawn a last time. */
 template <LoopPara Para>
-void close_loop_frame(AnimationObj &obj, Para &para, uint32_t cycle_end,
-    void (*give_up_textures)(RenderObj &) = give_up_borrowed_textures)
+void close_loop_frame(AnimationObj &obj, Para &para, uint32_t cycle_end)
 {
 	if (para.pre_frame)
 		count_start_delay(obj, para);
@@ -62,7 +61,7 @@ void close_loop_frame(AnimationObj &obj, Para &para, uint32_t cycle_end,
 	if (para.delonloopcnt && para.loopcnt && obj.cur_loopcnt == para.loopcnt)
 		set_status(obj, ST_ONDESTROY);
 	if (has_status(obj, ST_ONDESTROY))
-		give_up_textures(*obj.renderobj);
+		give_up_callers_textures(*obj.renderobj, para.textures, kOwnTextures<Para>);
 	obj.renderobj->repaint = true;
 }
 

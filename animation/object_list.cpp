@@ -1,5 +1,7 @@
 #include <animation/animation.h>
-#include <animation/video_family.h>
+#include <animation/records.h>
+#include <animation/status.h>
+#include <base/lock.h>
 #include <base/report.h>
 
 #include <cstdlib>
@@ -77,25 +79,6 @@ void RemoveAnimationObj(unsigned int id, DeleteObjMode mode)
 namespace
 {
 
-void free_record(AnimationObj &obj)
-{
-	switch (obj.animationtype) {
-	case ANI_TEX_CUT:
-		free_cut(para_of<TexCut_animationpara>(obj));
-		break;
-	case ANI_VIDEO_GST:
-		free_video_arrays(para_of<VideoGST_animationpara>(obj));
-		break;
-	case ANI_VIDEO_RAW:
-		free_video_arrays(para_of<VideoRAW_animationpara>(obj));
-		break;
-	default: /* every record begins with its strip */
-		free(para_of<InPosition2D>(obj).position2d);
-		break;
-	}
-	free(obj.animationpara);
-}
-
 void free_renderobj(RenderObj *renderobj)
 {
 	free(renderobj->position3d);
@@ -129,7 +112,8 @@ void RemoveAnimationObjReal(unsigned int id)
 	if (!obj)
 		return;
 	obj->status = ST_ONDESTROY;
-	free_record(*obj);
+	release_arrays(obj->animationtype, obj->animationpara);
+	free(obj->animationpara);
 	free_renderobj(obj->renderobj);
 	unlink(*obj);
 	free(obj);

@@ -7,7 +7,7 @@ unsigned int CreateVideoRAWAnimation(VideoRAW_animationpara *para)
 
 void UpdateVideoRAWAnimation(unsigned int id, VideoRAW_animationpara *para)
 {
-	replace_record(id, para, kVideoArrays<VideoRAW_animationpara>);
+	replace_record(id, para);
 }
 
 namespace

@@ -32,10 +32,13 @@ void replace_all_but_strip(SeqLoop_animationpara &own, SeqLoop_animationpara *ca
 
 void UpdateSeqLoopAnimation(unsigned int id, SeqLoop_animationpara *para)
 {
-	if (para->update & UPD_COORDS) {
+	/* A caller that keeps the strip need not give one. */
+	if (!para || (para->update & UPD_COORDS)) {
 		replace_record(id, para);
 		return;
 	}
+	if (is_refused_set<SeqLoop_animationpara>(para->textures))
+		return;
 	ListLock lock;
 	if (AnimationObj *obj = FindAnimationObj(id))
 		replace_all_but_strip(para_of<SeqLoop_animationpara>(*obj), para);
@@ -95,7 +98,7 @@ void GenSeqLoopAnimationFrame(unsigned int id, void *)
 	auto &para = para_of<SeqLoop_animationpara>(*obj);
 	RenderObj &renderobj = *obj->renderobj;
 
-	if (remove_immediately(*obj))
+	if (remove_immediately(*obj, para))
 		return;
 	set_up(*obj, para, whole_picture, rebuild_textures);
 

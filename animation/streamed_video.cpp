@@ -7,7 +7,7 @@ unsigned int CreateVideoGSTAnimation(VideoGST_animationpara *para)
 
 void UpdateVideoGSTAnimation(unsigned int id, VideoGST_animationpara *para)
 {
-	replace_record(id, para, kVideoArrays<VideoGST_animationpara>);
+	replace_record(id, para);
 }
 
 namespace

@@ -5,37 +5,6 @@
 
 #include <animation/family.h>
 
-/* A record of either type; the frame description may be missing. */
-template <class Para>
-bool own_video_arrays(Para &para)
-{
-	std::size_t floats = std::size_t{2} * para.in_position2d.coordnum;
-	/* All pointers are the caller's at first: each is replaced, whatever became of the others. */
-	bool position = own_position(para);
-	bool texcoord = own_copy(para.texcoord, floats);
-	bool bufinfo = !para.bufinfo || own_copy(para.bufinfo, 1);
-	return position && texcoord && bufinfo;
-}
-
-/* A new object begins without a frame. */
-template <class Para>
-bool own_new_video_arrays(Para &para)
-{
-	para.bufinfo = nullptr;
-	return own_video_arrays(para);
-}
-
-template <class Para>
-void free_video_arrays(Para &para)
-{
-	free_position(para);
-	drop(para.texcoord);
-	drop(para.bufinfo);
-}
-
-template <class Para>
-constexpr RecordArrays<Para> kVideoArrays = {own_video_arrays<Para>, free_video_arrays<Para>};
-
 /* Creates a video object. The lock holds until the caller's record is done with: the player may
  * have it registered. */
 template <class Para>
@@ -43,8 +12,7 @@ unsigned int create_video(
     AnimationType type, Para *caller, UpdateMode first_update, RenderMode rendermode)
 {
 	ListLock lock;
-	RecordArrays<Para> arrays = {own_new_video_arrays<Para>, free_video_arrays<Para>};
-	unsigned int id = create_object(type, caller, arrays, first_update, rendermode);
+	unsigned int id = create_object(type, caller, first_update, rendermode);
 	if (id != ANIMATION_NO_OBJECT)
 		caller->bufinfo = nullptr;
 	return id;

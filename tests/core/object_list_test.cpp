@@ -49,26 +49,74 @@ TEST_F(ObjectListTest, GivesOutTheSmallestFreeId)
 	EXPECT_EQ(ids(), (Ids{3, 2}));
 }
 
-TEST_F(ObjectListTest, RefusesRecordsThatATypeCannotTake)
+template <class Para>
+std::string bytes_of(const void *record)
 {
-	auto cut = whole_viewport<TexCut_animationpara>();
-	auto gradual = whole_viewport<GraduallyDispLoop_animationpara>();
-	cut.in_position2d.texPosition2d = viewport_strip;
-	gradual.textures.tex_num = ANIMATION_MAX_GRADUAL_TEXTURES;
-	EXPECT_EQ(CreateAnimationObj(ANI_TEX_CUT, &cut), 0u);
-	EXPECT_EQ(CreateAnimationObj(ANI_GRADUALLYDISP, &gradual), 1u);
-	EXPECT_EQ(GetAnimationObjStatus(1), ST_PREPARE);
+	return {static_cast<const char *>(record), sizeof(Para)};
+}
 
-	cut.in_position2d.texPosition2d = nullptr;
-	gradual.textures.tex_num++;
-	EXPECT_EQ(CreateAnimationObj(ANI_TEX_CUT, &cut), ANIMATION_NO_OBJECT);
-	EXPECT_EQ(CreateAnimationObj(ANI_GRADUALLYDISP, &gradual), ANIMATION_NO_OBJECT);
-	EXPECT_NE(printed_by([&] { UpdateAnimationObj(0, &cut); }), "");
-	EXPECT_NE(printed_by([&] { UpdateAnimationObj(1, &gradual); }), "");
+/* Records that no object can be: one fault each. */
+template <class Para>
+std::vector<Para> faulty(AnimationType type, const Para &good)
+{
+	std::vector<Para> records;
+	auto another = [&]() -> Para & { return records.emplace_back(good); };
+	another().in_position2d.position2d = nullptr;
+	if constexpr (requires { good.textures; }) {
+		another().textures.tex_num = type == ANI_GRADUALLYDISP ? 118 : 129;
+		another().textures.mask_index = 129;
+		another().textures.alpha_index = 0xFFFF;
+	} else {
+		another().texcoord = nullptr;
+	}
+	if (type == ANI_TEX_CUT)
+		another().in_position2d.texPosition2d = nullptr;
+	return records;
+}
+
+template <class Para>
+void expect_refusals(AnimationType type)
+{
+	SCOPED_TRACE(type);
+	auto good = whole_viewport<Para>();
+	good.in_position2d.texPosition2d = viewport_strip;
+	if constexpr (requires { good.textures; })
+		good.textures.tex_num = type == ANI_GRADUALLYDISP ? 117 : 128;
+	else
+		good.texcoord = viewport_strip;
+	const unsigned int id = CreateAnimationObj(type, &good);
+	ASSERT_NE(id, ANIMATION_NO_OBJECT);
+	EXPECT_EQ(CreateAnimationObj(type, nullptr), ANIMATION_NO_OBJECT);
+	const std::string own = bytes_of<Para>(FindAnimationObj(id)->animationpara);
+	UpdateAnimationObj(id, nullptr);
+	good.update = UPD_COORDS;
+	for (Para &record : faulty(type, good)) {
+		const std::string before = bytes_of<Para>(&record);
+		EXPECT_EQ(CreateAnimationObj(type, &record), ANIMATION_NO_OBJECT);
+		UpdateAnimationObj(id, &record);
+		EXPECT_EQ(bytes_of<Para>(&record), before);
+	}
+	EXPECT_EQ(bytes_of<Para>(FindAnimationObj(id)->animationpara), own);
+}
+
+TEST_F(ObjectListTest, RefusesWhatNoObjectCanBe)
+{
+	const std::string reports = printed_by([] {
+		expect_refusals<Backgroud_animationpara>(ANI_BACKGROUND);
+		expect_refusals<Flash_animationpara>(ANI_FLASH);
+		expect_refusals<TexCut_animationpara>(ANI_TEX_CUT);
+		expect_refusals<FadeInOutLoop_animationpara>(ANI_FADEINOUT);
+		expect_refusals<GraduallyDispLoop_animationpara>(ANI_GRADUALLYDISP);
+		expect_refusals<SeqLoop_animationpara>(ANI_SEQUENCE);
+		expect_refusals<VideoGST_animationpara>(ANI_VIDEO_GST);
+		expect_refusals<VideoRAW_animationpara>(ANI_VIDEO_RAW);
+	});
+	EXPECT_EQ(reports, "ERROR: a texture cut needs texPosition2d\n"
+	                   "ERROR: a gradual display takes at most 117 textures\n");
 	for (const int type : {int{ANI_TEST}, int{ANI_MAX}, 77})
 		EXPECT_EQ(
 		    CreateAnimationObj(static_cast<AnimationType>(type), &background), ANIMATION_NO_OBJECT);
-	EXPECT_EQ(ids(), (Ids{0, 1}));
+	EXPECT_EQ(ids().size(), 8U);
 }
 
 TEST_F(ObjectListTest, KeepsItsOwnRecord)

@@ -89,4 +89,45 @@ TEST_F(TexturesTest, ChangesOwnersWithTheMode)
 	EXPECT_EQ(live_textures, before);
 }
 
+/* As plain zeroed blocks, with names that no frame has built. */
+TEST_F(TexturesTest, LeavesAHandMadeObjectToItsRecord)
+{
+	for (const TextureDataMode mode : {TEX_IDS, TEX_DATA}) {
+		auto *obj = static_cast<AnimationObj *>(calloc(1, sizeof(AnimationObj)));
+		auto *para = static_cast<Flash_animationpara *>(calloc(1, sizeof(Flash_animationpara)));
+		obj->animationtype = ANI_FLASH;
+		obj->animationpara = para;
+		obj->renderobj = static_cast<RenderObj *>(calloc(1, sizeof(RenderObj)));
+		const GLuint texture = obj->renderobj->textures[0] = solid_texture(kRed);
+		obj->renderobj->tex_num = 1;
+		para->textures.mode = mode;
+		para->textures.alpha_index = ANIMATION_NO_TEXTURE;
+		InsertAnimationObj(0, obj);
+		EXPECT_TRUE(step(0));
+		RemoveAnimationObj(0, DEL_IMMEDIATELY);
+		EXPECT_FALSE(step(0));
+		EXPECT_EQ(glIsTexture(texture), mode == TEX_IDS);
+		DeleteTexture(texture);
+	}
+}
+
+TEST_F(TexturesTest, LosesNoPictureToAFadeTargetThatIsNotLoaded)
+{
+	auto para = whole_viewport<Backgroud_animationpara>();
+	add_picture(para.textures, kRed);
+	const unsigned int id = CreateAnimationObj(ANI_BACKGROUND, &para);
+	step(id);
+	add_picture(para.textures, kBlue);
+	para.textures.mask_index = para.in_frame = 1;
+	para.update = UPD_MISC;
+	UpdateAnimationObj(id, &para);
+	for (const AnimationStatus status : {ST_FADEIN, ST_SHOW}) {
+		step(id);
+		EXPECT_EQ(GetAnimationObjStatus(id), status);
+	}
+	EXPECT_EQ(read_texture(bound_texture(0), 1, 1)[0], kRed);
+	RemoveAnimationObjReal(id);
+	EXPECT_EQ(made(), 0U);
+}
+
 } // namespace

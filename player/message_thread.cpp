@@ -1,54 +1,33 @@
 /* The thread that looks after a playback: bus, position timer, end. */
 #include <cstdlib>
+#include <utility>
 
 #include <animation/animation.h>
 #include <base/lock.h>
 #include <player/pipeline.h>
-
-GMainLoop *loop;
 
 namespace
 {
 
 constexpr guint kPositionInterval = 30; /* milliseconds */
 
-/* The queue is full, but the state change under way is not over: the step to PLAYING is decided
- * when it is. Touched by the loop's handlers, and before there is one. */
-bool decision_pending;
-
-void decide_after_buffering(CustomData &player)
+/* The step to PLAYING once the queue is full. */
+void decide_after_buffering(CustomData &player, GstElement *pipeline)
 {
-	if (!decision_pending)
+	if (state_of(player) != PlayState::kDeciding)
 		return;
-	ElementRef pipeline = ref_pipeline(player);
 	/* Not waited for: the loop must keep turning, or a stop would not be heard. */
-	const GstState cur = pipeline ? settled_state(pipeline.get(), 0) : GST_STATE_VOID_PENDING;
-	if (cur == GST_STATE_VOID_PENDING)
+	const GstState cur = settled_state(pipeline, 0);
+	if (cur == GST_STATE_VOID_PENDING || !change_state(player, PlayState::kRunning, pipeline))
 		return;
 
-	decision_pending = false;
 	if (cur == GST_STATE_PAUSED) {
 		g_print("Done buffering, setting pipeline to PLAYING ...\n");
-		set_pipeline_state(player, GST_STATE_PLAYING);
+		set_pipeline_state(player, pipeline, GST_STATE_PLAYING);
 	} else if (cur == GST_STATE_READY) {
 		g_print("PLAY error\n");
-		quit_loop();
+		ask_to_end(player, pipeline);
 	}
-}
-
-/* A handler in the application's own loop may come too late for its playback, and must not touch
- * the next one, least of all end it. */
-bool is_of_playback(const CustomData &player, GstBus *bus)
-{
-	ListLock lock;
-	return player.pipeline && GST_ELEMENT_BUS(player.pipeline) == bus;
-}
-
-void quit_loop_of(const CustomData &player, GstBus *bus)
-{
-	ListLock lock;
-	if (is_of_playback(player, bus))
-		quit_loop();
 }
 
 void on_error(GstMessage *message)
@@ -63,21 +42,18 @@ void on_error(GstMessage *message)
 	g_free(debug);
 }
 
-void on_buffering(CustomData &player, GstMessage *message)
+void on_buffering(CustomData &player, GstElement *pipeline, GstMessage *message)
 {
 	gint percent = 0;
 	gst_message_parse_buffering(message, &percent);
 	g_print("Buffering (%3d%%)\n", percent);
-	if (percent != 100)
-		return;
-	__atomic_store_n(&player.is_buffering, FALSE, __ATOMIC_RELAXED);
-	decision_pending = true;
-	decide_after_buffering(player);
+	if (percent == 100 && change_state(player, PlayState::kDeciding, pipeline))
+		decide_after_buffering(player, pipeline);
 }
 
-void on_state_changed(CustomData &player, GstMessage *message)
+void on_state_changed(GstElement *pipeline, GstMessage *message)
 {
-	if (GST_MESSAGE_SRC(message) != GST_OBJECT_CAST(ref_pipeline(player).get()))
+	if (GST_MESSAGE_SRC(message) != GST_OBJECT_CAST(pipeline))
 		return;
 	GstState before;
 	GstState after;
@@ -86,41 +62,44 @@ void on_state_changed(CustomData &player, GstMessage *message)
 	    gst_element_state_get_name(after));
 }
 
-void on_async_done(CustomData &player)
+void on_async_done(CustomData &player, GstElement *pipeline)
 {
-	decide_after_buffering(player);
-	if (!__atomic_load_n(&player.is_buffering, __ATOMIC_RELAXED))
-		set_pipeline_state(player, GST_STATE_PLAYING);
+	decide_after_buffering(player, pipeline);
+	if (!load(player.is_buffering))
+		set_pipeline_state(player, pipeline, GST_STATE_PLAYING);
 }
 
 gboolean bus_message(GstBus *bus, GstMessage *message, gpointer app)
 {
 	auto &player = *static_cast<CustomData *>(app);
 	GST_DEBUG("got message %s", GST_MESSAGE_TYPE_NAME(message));
-	if (!is_of_playback(player, bus))
+	const ElementRef ours = ref_pipeline(player);
+	GstElement *pipeline = ours.get();
+	/* A handler in the application's own loop may come too late for its playback. */
+	if (!pipeline || GST_ELEMENT_BUS(pipeline) != bus)
 		return TRUE;
 
 	switch (GST_MESSAGE_TYPE(message)) {
 	case GST_MESSAGE_ERROR:
 		on_error(message);
-		quit_loop_of(player, bus);
+		ask_to_end(player, pipeline);
 		break;
 	case GST_MESSAGE_EOS:
 		g_print("streamer eos\n");
-		quit_loop_of(player, bus);
+		ask_to_end(player, pipeline);
 		break;
 	case GST_MESSAGE_CLOCK_LOST:
-		set_pipeline_state(player, GST_STATE_PAUSED);
-		set_pipeline_state(player, GST_STATE_PLAYING);
+		set_pipeline_state(player, pipeline, GST_STATE_PAUSED);
+		set_pipeline_state(player, pipeline, GST_STATE_PLAYING);
 		break;
 	case GST_MESSAGE_BUFFERING:
-		on_buffering(player, message);
+		on_buffering(player, pipeline, message);
 		break;
 	case GST_MESSAGE_STATE_CHANGED:
-		on_state_changed(player, message);
+		on_state_changed(pipeline, message);
 		break;
 	case GST_MESSAGE_ASYNC_DONE:
-		on_async_done(player);
+		on_async_done(player, pipeline);
 		break;
 	default:
 		break;
@@ -128,34 +107,38 @@ gboolean bus_message(GstBus *bus, GstMessage *message, gpointer app)
 	return TRUE;
 }
 
-/* Asks the element "parse", which the pipeline keeps alive. */
-void read_position(CustomData &player, GstElement *parse)
+/* Unless the playback whose position it is has ended in the meantime. */
+void note_position(CustomData &player, const GstElement *pipeline, guint64 position)
 {
-	gint64 position = __atomic_load_n(&player.timestramp, __ATOMIC_RELAXED);
-	if (!gst_element_query_position(parse, GST_FORMAT_TIME, &position))
+	const std::lock_guard hold(player_lock);
+	if (player.pipeline == pipeline)
+		store(player.timestramp, position);
+}
+
+void read_position(CustomData &player, const GstElement *pipeline)
+{
+	const ElementRef parse = ref_parse(player, pipeline);
+	if (!parse)
+		return;
+	auto position = gint64(load(player.timestramp));
+	if (!gst_element_query_position(parse.get(), GST_FORMAT_TIME, &position))
 		g_printerr("Could not querycurrent position.\n");
-	__atomic_store_n(&player.timestramp, guint64(position), __ATOMIC_RELAXED);
+	note_position(player, pipeline, guint64(position));
 }
 
 gboolean time_handler(gpointer user)
 {
 	auto &player = *static_cast<CustomData *>(user);
-	ElementRef pipeline;
-	GstElement *parse;
-	{
-		ListLock lock;
-		pipeline = ref_pipeline(player);
-		parse = player.parse;
-		if (!pipeline)
-			return FALSE;
-		repeat_early_quit();
-	}
+	const ElementRef pipeline = ref_pipeline(player);
+	if (!pipeline) /* the message thread removes its timer itself, and has to find it */
+		return state_of(player) == PlayState::kStopping;
 
-	decide_after_buffering(player);
+	repeat_early_quit(player);
+	decide_after_buffering(player, pipeline.get());
 	GstState cur = GST_STATE_NULL;
 	gst_element_get_state(pipeline.get(), &cur, nullptr, 0);
 	if (cur == GST_STATE_PLAYING)
-		read_position(player, parse);
+		read_position(player, pipeline.get());
 	return TRUE;
 }
 
@@ -174,69 +157,51 @@ void end_registration(CustomData &player)
 	player.id2 = ANIMATION_NO_OBJECT;
 }
 
-void open_loop()
+GMainLoop *exchange_loop(CustomData &player, GMainLoop *loop)
 {
-	ListLock lock;
-	loop = g_main_loop_new(nullptr, TRUE);
+	const std::lock_guard hold(player_lock);
+	return std::exchange(player.loop, loop);
 }
 
-void close_loop()
+/* A quit may be a late one that was meant for the loop before: the state decides. */
+void run_loop(CustomData &player)
 {
-	ListLock lock;
-	ending = Ending::kBegun;
-	g_main_loop_unref(loop);
-	loop = nullptr;
+	GMainLoop *loop = g_main_loop_new(nullptr, TRUE);
+	exchange_loop(player, loop);
+	while (state_of(player) != PlayState::kQuitting)
+		g_main_loop_run(loop);
+
+	const ListLock lock;
+	change_state(player, PlayState::kStopping);
+	g_main_loop_unref(exchange_loop(player, nullptr));
+}
+
+void end_playback(CustomData &player)
+{
+	const ListLock lock;
+	end_registration(player);
+	change_state(player, PlayState::kIdle);
 }
 
 } // namespace
 
-void quit_loop()
-{
-	ListLock lock;
-	if (ending == Ending::kNone)
-		ending = Ending::kAsked;
-	if (loop)
-		g_main_loop_quit(loop);
-}
-
-void repeat_early_quit()
-{
-	ListLock lock;
-	if (ending == Ending::kAsked)
-		quit_loop();
-}
-
 void *message_thread(void *arg)
 {
 	auto *app = static_cast<CustomData *>(arg);
-	decision_pending = false; /* before a handler can run, be it in the application's own loop */
 	GstBus *bus = gst_element_get_bus(app->pipeline);
 	const guint bus_watch_id = gst_bus_add_watch(bus, bus_message, app);
 	gst_object_unref(bus);
 	const guint timer = g_timeout_add(kPositionInterval, time_handler, app);
 
-	open_loop();
-	g_main_loop_run(loop);
-	close_loop();
+	run_loop(*app);
 
 	g_print("message thread-------------1\n");
 	bring_down(*app);
 	g_print("message thread-------------2\n");
-	Pipeline taken;
-	{
-		/* In one hold: where the application's own loop runs our timer, that must not find the
-		 * pipeline gone and end itself before it is removed. */
-		ListLock lock;
-		taken = take_pipeline(*app);
-		g_source_remove(timer);
-		g_source_remove(bus_watch_id);
-	}
-	release_pipeline(taken);
-	{
-		ListLock lock;
-		end_registration(*app);
-		app->terminate = TRUE;
-	}
+	release_pipeline(*app);
+	g_source_remove(timer);
+	g_source_remove(bus_watch_id);
+	end_playback(*app);
 	g_print("thread exit\n");
 	return nullptr;
 }

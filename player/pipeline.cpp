@@ -1,10 +1,8 @@
 #include <player/pipeline.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
-
-#include <base/lock.h>
-#include <player/server_connection.h>
 
 namespace
 {
@@ -46,10 +44,36 @@ bool start_detached(void *(*body)(void *), void *arg)
 	return true;
 }
 
-void give_back(GstElement *element)
+/* The references of the player's own. */
+struct Elements {
+	ElementRef pipeline;
+	ElementRef parse;
+	ElementRef grabber;
+};
+
+Elements take_elements(CustomData &player)
 {
-	if (element)
-		gst_object_unref(element);
+	const std::lock_guard hold(player_lock);
+	return {
+	    ElementRef(std::exchange(player.pipeline, nullptr)),
+	    ElementRef(std::exchange(player.parse, nullptr)),
+	    ElementRef(std::exchange(player.grabber, nullptr)),
+	};
+}
+
+/* The copied pointer's count, under the lock. */
+ElementRef ref(GstElement *element)
+{
+	return ElementRef(element ? GST_ELEMENT_CAST(gst_object_ref(element)) : nullptr);
+}
+
+/* Whether its states are still the player's to change. */
+bool is_in_use(const CustomData &player, const GstElement *pipeline)
+{
+	const std::lock_guard hold(player_lock);
+	return player.pipeline == pipeline &&
+	       (player.state == PlayState::kRunning || player.state == PlayState::kDeciding ||
+	           player.state == PlayState::kQuitting);
 }
 
 } // namespace
@@ -57,12 +81,12 @@ void give_back(GstElement *element)
 StateChangeResult change_state_within(GstElement *pipeline, GstState state, guint64 limit)
 {
 	const Queue done(g_async_queue_new());
-	auto *change = new StateChange{
-	    ElementRef(GST_ELEMENT(gst_object_ref(pipeline))),
+	auto *change = new (std::nothrow) StateChange{
+	    ref(pipeline),
 	    state,
 	    Queue(g_async_queue_ref(done.get())),
 	};
-	if (!start_detached(change_on_thread, change)) {
+	if (!change || !start_detached(change_on_thread, change)) {
 		delete change;
 		return {true, gst_element_set_state(pipeline, state)};
 	}
@@ -87,36 +111,35 @@ GstState settled_state(GstElement *pipeline, GstClockTime limit)
 
 ElementRef ref_pipeline(const CustomData &player)
 {
-	ListLock lock;
-	GstElement *pipeline = player.pipeline;
-	return ElementRef(pipeline ? GST_ELEMENT(gst_object_ref(pipeline)) : nullptr);
+	const std::lock_guard hold(player_lock);
+	return ref(player.pipeline);
 }
 
-void set_pipeline_state(const CustomData &player, GstState state)
+ElementRef ref_parse(const CustomData &player, const GstElement *pipeline)
 {
-	auto is_over = [&](GstElement *pipeline) {
-		ListLock lock;
-		return ending == Ending::kBegun || player.pipeline != pipeline;
-	};
+	const std::lock_guard hold(player_lock);
+	return ref(player.pipeline == pipeline ? player.parse : nullptr);
+}
 
-	ElementRef pipeline = ref_pipeline(player);
-	if (!pipeline || is_over(pipeline.get()))
+void set_pipeline_state(const CustomData &player, GstElement *pipeline, GstState state)
+{
+	if (!is_in_use(player, pipeline))
 		return;
-	gst_element_set_state(pipeline.get(), state);
+	gst_element_set_state(pipeline, state);
 
 	/* The way down may have passed us: a pipeline that we woke again nobody else would stop. Ours
 	 * may be the application's thread, and going down may take long. */
-	if (is_over(pipeline.get()))
-		change_state_within(pipeline.get(), GST_STATE_NULL, 0);
+	if (!is_in_use(player, pipeline))
+		change_state_within(pipeline, GST_STATE_NULL, 0);
 }
 
-void bring_down(const CustomData &player)
+void bring_down(CustomData &player)
 {
-	ElementRef pipeline = ref_pipeline(player);
+	const ElementRef pipeline = ref_pipeline(player);
 	if (!pipeline)
 		return;
 
-	end_reading(pipeline.get());
+	end_reading(std::exchange(player.connection, {}), pipeline.get());
 
 	/* A source may still not let go. The appsink is down long before, since a state change goes
 	 * from the sink to the source. */
@@ -124,22 +147,10 @@ void bring_down(const CustomData &player)
 		g_printerr("Pipeline still waits for its source, left to stop by itself.\n");
 }
 
-Pipeline take_pipeline(CustomData &player)
+void release_pipeline(CustomData &player)
 {
-	ListLock lock;
-	return {
-	    std::exchange(player.pipeline, nullptr),
-	    std::exchange(player.parse, nullptr),
-	    std::exchange(player.grabber, nullptr),
-	};
-}
-
-void release_pipeline(const Pipeline &taken)
-{
+	const Elements taken = take_elements(player);
 	/* One that has been left to stop by itself must not feed the next playback. */
 	if (taken.grabber)
-		g_signal_handlers_disconnect_by_data(taken.grabber, &data);
-	give_back(taken.parse);
-	give_back(taken.grabber);
-	give_back(taken.pipeline);
+		g_signal_handlers_disconnect_by_data(taken.grabber.get(), &player);
 }

@@ -14,11 +14,13 @@ struct UnrefObject {
 
 using ElementRef = std::unique_ptr<GstElement, UnrefObject>;
 
-/* A reference of the caller's own to the pipeline, or NULL. */
+/* References of the caller's own, or NULL. Of the elements, parse alone is needed by others than
+ * their owner, together with its pipeline. */
 ElementRef ref_pipeline(const CustomData &player);
+ElementRef ref_parse(const CustomData &player, const GstElement *pipeline);
 
 /* Asks for a state; nothing happens once the pipeline is on its way down. */
-void set_pipeline_state(const CustomData &player, GstState state);
+void set_pipeline_state(const CustomData &player, GstElement *pipeline, GstState state);
 
 struct StateChangeResult {
 	bool is_over; /* false: still under way on a thread of its own, which ends with it */
@@ -35,14 +37,7 @@ GstState settled_state(GstElement *pipeline, GstClockTime limit);
 
 /* Takes the pipeline to GST_STATE_NULL, in at most two and a half seconds: one that needs longer
  * goes on by itself, and is reported. */
-void bring_down(const CustomData &player);
+void bring_down(CustomData &player);
 
-/* The pipeline and the references into it, taken away from the player. Freeing the elements takes
- * its time: not under g_mutex. */
-struct Pipeline {
-	GstElement *pipeline;
-	GstElement *parse;
-	GstElement *grabber;
-};
-Pipeline take_pipeline(CustomData &player);
-void release_pipeline(const Pipeline &taken);
+/* Gives back the pipeline and the references into it, which takes its time. */
+void release_pipeline(CustomData &player);

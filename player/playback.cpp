@@ -8,24 +8,6 @@
 #include <animation/animation.h>
 #include <base/lock.h>
 #include <player/pipeline.h>
-#include <player/server_connection.h>
-
-CustomData data = {
-    .pipeline = nullptr,
-    .parse = nullptr,
-    .grabber = nullptr,
-    .thread = 0,
-    .terminate = TRUE,
-    .id1 = ANIMATION_NO_OBJECT,
-    .para1 = nullptr,
-    .id2 = ANIMATION_NO_OBJECT,
-    .para2 = nullptr,
-    .timestramp = GST_CLOCK_TIME_NONE,
-    .is_buffering = FALSE,
-    .is_first_frame = FALSE,
-};
-
-Ending ending = Ending::kBegun;
 
 namespace
 {
@@ -50,7 +32,7 @@ constexpr char kUdpDescription[] =
     " ! ducatih264decvpe num-input-buffers=8 ! appsink name=grabber";
 
 struct Source {
-	const char *description;
+	SourceKind kind;
 	gboolean is_buffering; /* plays once its queue is full */
 	GstState first_state;
 };
@@ -62,12 +44,24 @@ Source source_of(const char *uri)
 	const bool file = strstr(uri, ".mp4");
 	const bool rtmp = strstr(uri, "rtmp");
 	return {
-	    .description = file   ? kFileDescription
-	                   : rtmp ? kRtmpDescription
-	                          : kUdpDescription,
+	    .kind = file   ? SourceKind::kFile
+	            : rtmp ? SourceKind::kRtmp
+	                   : SourceKind::kUdp,
 	    .is_buffering = rtmp,
 	    .first_state = file || rtmp ? GST_STATE_PAUSED : GST_STATE_PLAYING,
 	};
+}
+
+const char *description_of(SourceKind kind)
+{
+	switch (kind) {
+	case SourceKind::kFile:
+		return kFileDescription;
+	case SourceKind::kRtmp:
+		return kRtmpDescription;
+	default:
+		return kUdpDescription;
+	}
 }
 
 void prepare_gstreamer()
@@ -78,36 +72,39 @@ void prepare_gstreamer()
 }
 
 /* The registration stays: it may have been made before the start. */
-void reset_player()
+void reset_player(SourceKind source)
 {
-	ListLock lock;
-	data.pipeline = nullptr;
-	data.parse = nullptr;
-	data.grabber = nullptr;
+	store(data.timestramp, GST_CLOCK_TIME_NONE);
+	store(data.is_buffering, FALSE);
+	store(data.is_first_frame, FALSE);
 	data.thread = 0;
-	data.terminate = TRUE;
-	__atomic_store_n(&data.timestramp, GST_CLOCK_TIME_NONE, __ATOMIC_RELAXED);
-	__atomic_store_n(&data.is_buffering, FALSE, __ATOMIC_RELAXED);
-	__atomic_store_n(&data.is_first_frame, FALSE, __ATOMIC_RELAXED);
+	data.source = source;
+	data.connection = {};
+	change_state(data, PlayState::kStarting);
 }
 
 /* The pipeline of a start that failed, in whatever state it is: it must not be freed above NULL. */
 void abandon_pipeline()
 {
-	{
-		ListLock lock;
-		ending = Ending::kBegun;
-	}
+	if (!change_state(data, PlayState::kFailed))
+		change_state(data, PlayState::kStopping);
 	bring_down(data);
-	release_pipeline(take_pipeline(data));
-	ListLock lock;
-	data.terminate = TRUE;
+	release_pipeline(data);
+	change_state(data, PlayState::kIdle);
 }
 
-bool build_pipeline(const Source &source, const char *uri)
+void hand_over(GstElement *pipeline, GstElement *parse, GstElement *grabber)
+{
+	const std::lock_guard hold(player_lock);
+	data.pipeline = pipeline;
+	data.parse = parse;
+	data.grabber = grabber;
+}
+
+bool build_pipeline(const char *uri)
 {
 	char desc[kDescriptionSize];
-	const int length = snprintf(desc, sizeof desc, source.description, uri);
+	const int length = snprintf(desc, sizeof desc, description_of(data.source), uri);
 	GstElement *pipeline = length < kDescriptionSize ? gst_parse_launch(desc, nullptr) : nullptr;
 	if (!pipeline) {
 		printf("ERROR: can not support this uri %s\n", uri);
@@ -118,12 +115,7 @@ bool build_pipeline(const Source &source, const char *uri)
 	GstBin *bin = GST_IS_BIN(pipeline) ? GST_BIN(pipeline) : nullptr;
 	GstElement *parse = bin ? gst_bin_get_by_name(bin, "parse") : nullptr;
 	GstElement *grabber = bin ? gst_bin_get_by_name(bin, "grabber") : nullptr;
-	{
-		ListLock lock;
-		data.pipeline = pipeline;
-		data.parse = parse;
-		data.grabber = grabber;
-	}
+	hand_over(pipeline, parse, grabber);
 	if (!parse || !grabber) {
 		g_printerr("Not all elements could be created.\n");
 		return false;
@@ -136,13 +128,13 @@ bool build_pipeline(const Source &source, const char *uri)
 
 bool start_pipeline(const Source &source, const char *uri)
 {
-	const bool connects = source.description == kRtmpDescription;
+	const bool connects = source.kind == SourceKind::kRtmp;
 	const Connections before = connects ? open_connections() : Connections();
-	__atomic_store_n(&data.is_buffering, source.is_buffering, __ATOMIC_RELAXED);
+	store(data.is_buffering, source.is_buffering);
 	const StateChangeResult change =
 	    change_state_within(data.pipeline, source.first_state, kStartLimit);
-	if (connects)
-		remember_connection(before, uri); /* also of a start that failed or takes too long */
+	if (connects) /* also of a start that failed or takes too long */
+		data.connection = find_connection(before, uri);
 	if (change.result == GST_STATE_CHANGE_FAILURE) {
 		g_printerr("Unable to set the pipeline to the playing state.\n");
 		return false;
@@ -151,17 +143,10 @@ bool start_pipeline(const Source &source, const char *uri)
 	return true;
 }
 
-/* From here on there is a playback, which can be asked to end. */
-void begin_playback()
-{
-	ListLock lock;
-	data.terminate = FALSE;
-	ending = Ending::kNone;
-}
-
+/* From the change of state on there is a playback, which can be asked to end. */
 bool start_message_thread()
 {
-	begin_playback();
+	change_state(data, PlayState::kRunning);
 	if (pthread_create(&data.thread, nullptr, message_thread, &data) != 0) {
 		g_printerr("create message process thread failure.\n");
 		return false;
@@ -190,21 +175,21 @@ void print_time(const char *time_type)
 int StartGSTPlay(const char *uri)
 {
 	{
-		ListLock lock;
-		repeat_early_quit();
-		if (!data.terminate)
+		const ListLock lock;
+		repeat_early_quit(data);
+		if (!has_ended(data))
 			return 1;
 	}
 	if (!uri || check_server(uri) == -1)
 		return -1;
 
 	print_time("start up");
-	__atomic_store_n(&first_frame, 1, __ATOMIC_RELAXED);
+	store(first_frame, 1);
 	prepare_gstreamer();
-	reset_player();
-
 	const Source source = source_of(uri);
-	if (build_pipeline(source, uri) && start_pipeline(source, uri) && start_message_thread())
+	reset_player(source.kind);
+
+	if (build_pipeline(uri) && start_pipeline(source, uri) && start_message_thread())
 		return 0;
 
 	abandon_pipeline();
@@ -228,18 +213,21 @@ void StopGSTPlay(void)
 {
 	g_print("StopGSTPlay-------------1\n");
 	{
-		ListLock lock;
-		if (data.terminate)
+		const ListLock lock;
+		if (has_ended(data))
 			return;
-		quit_loop();
+		ask_to_end(data);
 	}
 	g_print("StopGSTPlay-------------2\n");
 }
 
 void GSTplayControl(GSTControl order)
 {
+	const ElementRef pipeline = ref_pipeline(data);
+	if (!pipeline)
+		return;
 	if (order == GST_PLAY)
-		set_pipeline_state(data, GST_STATE_PLAYING);
+		set_pipeline_state(data, pipeline.get(), GST_STATE_PLAYING);
 	else if (order == GST_PAUSE)
-		set_pipeline_state(data, GST_STATE_PAUSED);
+		set_pipeline_state(data, pipeline.get(), GST_STATE_PAUSED);
 }

@@ -49,7 +49,7 @@ int log_buffering(GstElement *pipeline, GstQuery *query)
 
 gboolean IsGSTStatePlaying(void)
 {
-	ElementRef pipeline = ref_pipeline(data);
+	const ElementRef pipeline = ref_pipeline(data);
 	if (!pipeline)
 		return FALSE;
 	GstState cur = settled_state(pipeline.get(), kStateWait);
@@ -60,8 +60,8 @@ gboolean IsGSTStatePlaying(void)
 
 int GetGSTimeStramp(void)
 {
-	ListLock lock;
-	return int(__atomic_load_n(&data.timestramp, __ATOMIC_RELAXED) / GST_MSECOND);
+	const ListLock lock;
+	return int(load(data.timestramp) / GST_MSECOND);
 }
 
 gboolean buffer_timeout(gpointer user)
@@ -72,7 +72,7 @@ gboolean buffer_timeout(gpointer user)
 		return TRUE;
 
 	const gboolean is_buffering = log_buffering(pipeline, query.get()) != 100;
-	__atomic_store_n(&data.is_buffering, is_buffering, __ATOMIC_RELAXED);
+	store(data.is_buffering, is_buffering);
 	if (is_buffering)
 		return TRUE;
 
@@ -82,6 +82,6 @@ gboolean buffer_timeout(gpointer user)
 	if (cur == GST_STATE_PAUSED)
 		gst_element_set_state(pipeline, GST_STATE_PLAYING);
 	else if (cur == GST_STATE_READY)
-		quit_loop();
+		ask_to_end(data);
 	return FALSE;
 }

@@ -77,11 +77,11 @@ bool read_crop(GstBuffer *buffer, BufferInfoGST &binfo)
 
 void note_first_frame(CustomData &player)
 {
-	if (__atomic_load_n(&first_frame, __ATOMIC_RELAXED) == 1) {
+	if (load(first_frame) == 1) {
 		print_time("first frame");
-		__atomic_store_n(&first_frame, 0, __ATOMIC_RELAXED);
+		store(first_frame, 0);
 	}
-	__atomic_store_n(&player.is_first_frame, TRUE, __ATOMIC_RELAXED);
+	store(player.is_first_frame, TRUE);
 }
 
 void feed(unsigned int id, void *registered, const BufferInfoGST &binfo)
@@ -136,5 +136,5 @@ GstFlowReturn pad_new_sample(GstElement *sink, CustomData *dataplayer)
 
 gboolean IsFirstFrameStart(void)
 {
-	return __atomic_load_n(&data.is_first_frame, __ATOMIC_RELAXED);
+	return load(data.is_first_frame);
 }

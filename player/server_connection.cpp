@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 #include <string_view>
 
 #include <arpa/inet.h>
@@ -22,18 +21,10 @@ namespace
 constexpr guint64 kReadingEndLimit = G_USEC_PER_SEC / 2;
 constexpr guint64 kPollInterval = G_USEC_PER_SEC / 100;
 
-struct Connection {
-	int fd = -1;
-	ino_t inode = 0; /* tells a descriptor from one of the same number after it */
-	sockaddr_storage peer = {};
-};
-
-Connection connection;
-
 /* Where rtmpsrc connects to. A host that has a name may have many addresses: then the port alone
  * tells. */
 struct Server {
-	std::string address;
+	in_addr_t address = INADDR_NONE;
 	uint16_t port = 0;
 };
 
@@ -53,10 +44,10 @@ Server server_of(const char *uri)
 		return server;
 	const char *host = scheme_end + strlen("://");
 	const size_t length = strcspn(host, ":/");
+	char name[INET_ADDRSTRLEN] = "";
 	in_addr numeric;
-	const std::string name(host, length);
-	if (inet_pton(AF_INET, name.c_str(), &numeric) == 1)
-		server.address = name;
+	if (length < sizeof name && inet_pton(AF_INET, strncpy(name, host, length), &numeric) == 1)
+		server.address = numeric.s_addr;
 	const int port = host[length] == ':' ? atoi(host + length + 1) : 0;
 	server.port = port > 0 && port <= UINT16_MAX ? static_cast<uint16_t>(port)
 	                                             : default_port({uri, scheme_end});
@@ -65,13 +56,11 @@ Server server_of(const char *uri)
 
 bool is_at(const Server &server, const sockaddr_storage &peer)
 {
-	char address[INET_ADDRSTRLEN] = "";
 	const auto &v4 = reinterpret_cast<const sockaddr_in &>(peer);
-	if (peer.ss_family == AF_INET)
-		inet_ntop(AF_INET, &v4.sin_addr, address, sizeof address);
+	const bool is_its_host = server.address == INADDR_NONE ||
+	                         (peer.ss_family == AF_INET && v4.sin_addr.s_addr == server.address);
 	/* The port has the same place in an IPv6 address. */
-	return ntohs(v4.sin_port) == server.port &&
-	       (server.address.empty() || server.address == address);
+	return is_its_host && ntohs(v4.sin_port) == server.port;
 }
 
 ino_t inode_of(int fd)
@@ -111,12 +100,11 @@ bool has_running_source(GstElement *pipeline)
 }
 
 /* Only the reading half: rtmpsrc takes its leave of the server in writing. */
-void hang_up(const Connections &fresh)
+void hang_up(const Connections &fresh, const sockaddr_storage &server)
 {
 	for (int fd = 0; fd < int(fresh.size()); ++fd) {
 		sockaddr_storage peer;
-		if (fresh[fd] && is_connected(fd, peer) &&
-		    memcmp(&peer, &connection.peer, sizeof peer) == 0)
+		if (fresh[fd] && is_connected(fd, peer) && memcmp(&peer, &server, sizeof peer) == 0)
 			shutdown(fd, SHUT_RD);
 	}
 }
@@ -132,9 +120,9 @@ Connections open_connections()
 	return open;
 }
 
-void remember_connection(const Connections &before, const char *uri)
+Connection find_connection(const Connections &before, const char *uri)
 {
-	connection = {};
+	Connection connection;
 	const Server server = server_of(uri);
 	Connections fresh = open_connections() & ~before;
 	for (int fd = 0; fd < int(fresh.size()); ++fd) {
@@ -147,11 +135,10 @@ void remember_connection(const Connections &before, const char *uri)
 			fresh.reset(fd);
 	}
 	/* With a second one, of another thread of the application, none is safe to touch. */
-	if (fresh.count() > 1)
-		connection = {};
+	return fresh.count() > 1 ? Connection() : connection;
 }
 
-void end_reading(GstElement *pipeline)
+void end_reading(const Connection &connection, GstElement *pipeline)
 {
 	if (connection.fd == -1)
 		return;
@@ -160,9 +147,8 @@ void end_reading(GstElement *pipeline)
 		others.reset(connection.fd);
 	guint64 waited = 0;
 	do { /* at least once: a source that still connects has no task yet, but reads */
-		hang_up(open_connections() & ~others);
+		hang_up(open_connections() & ~others, connection.peer);
 		g_usleep(kPollInterval);
 		waited += kPollInterval;
 	} while (waited < kReadingEndLimit && has_running_source(pipeline));
-	connection = {};
 }

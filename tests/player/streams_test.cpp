@@ -11,6 +11,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <base/lock.h>
+
 #include "playback.h"
 
 namespace
@@ -132,6 +134,26 @@ TEST_F(RtmpPlayback, PlaysOnceTheQueueIsFull)
 	}));
 	EXPECT_TRUE(wait_until([] { return position() > 0; }));
 	EXPECT_TRUE(stops());
+}
+
+TEST_F(RtmpPlayback, GoesOnWhileTheApplicationHoldsTheMutex)
+{
+	publish();
+	{
+		const ListLock held; // from before the start
+		ASSERT_EQ(StartGSTPlay(kUri), 0);
+		EXPECT_TRUE(out.waits_for("Done buffering, setting pipeline to PLAYING ...\n"));
+		EXPECT_TRUE(out.waits_for("Pipeline state changed from PAUSED to PLAYING:\n"));
+		EXPECT_TRUE(out.waits_for("pthread_mutex_trylock lock failed\n"));
+	}
+	EXPECT_TRUE(frames_come());
+	{
+		const ListLock held; // in mid-play
+		const int before = position();
+		EXPECT_TRUE(wait_until([&] { return position() > before; }));
+		StopGSTPlay();
+	}
+	EXPECT_TRUE(ends(3));
 }
 
 TEST_F(RtmpPlayback, EndsWithItsServer)

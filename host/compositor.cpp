@@ -205,6 +205,15 @@ void disconnect_clients(Compositor &compositor)
 	    compositor, [&compositor] { wl_display_destroy_clients(compositor.display); });
 }
 
+void send_error(Compositor &compositor)
+{
+	run_on_compositor(compositor, [&compositor] {
+		wl_client *client;
+		wl_client_for_each(client, wl_display_get_client_list(compositor.display))
+		    wl_client_post_implementation_error(client, "as a test asked for");
+	});
+}
+
 /* ---- The record ---- */
 
 CompositorRecord compositor_record(Compositor &compositor)

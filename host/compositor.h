@@ -85,6 +85,7 @@ void send_close(Compositor &compositor);
 void send_frames(Compositor &compositor); /* the callbacks held back so far */
 void remove_output(Compositor &compositor);
 void disconnect_clients(Compositor &compositor);
+void send_error(Compositor &compositor); /* to every client, which ends its connection */
 
 CompositorRecord compositor_record(Compositor &compositor);
 

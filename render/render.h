@@ -143,12 +143,44 @@ extern pthread_mutex_t g_mutex;
 void Init(void);
 
 /*
- * Takes the shared context back, stops the render thread, waits for it and destroys g_mutex. On the
- * thread that called Init, which must not have made another context current in place of the shared
- * one. Objects that are still on the list are not freed; a playback is to be stopped before. A
- * compositor that withholds frames is waited for for two seconds, then the connection is cut.
+ * Takes the shared context back, stops the render thread, waits for it and destroys g_mutex. Call
+ * it on the thread that called Init, which must not have made another context current in place of
+ * the shared one. Objects that are still on the list are not freed; end a playback before.
+ *
+ * Returns within three seconds, whatever the compositor does: if the compositor withholds frames,
+ * DeInit waits up to two seconds, then cuts the connection.
  */
 void DeInit(void);
+
+/*
+ * ---- A compositor that is lost: the application --------------------------------------------
+ *
+ * When the compositor goes away or falls silent, the library goes on without a word: objects live
+ * on, and nothing is shown. An application that is to notice looks for two signs about ten times a
+ * second, on any thread, after Init has returned and before DeInit is called:
+ *
+ *     bool lost = wl_display_get_error(p_gwindow->display->display) != 0;
+ *     uint32_t turns = __atomic_load_n(&p_gwindow->frames, __ATOMIC_ACQUIRE);
+ *
+ * 1. The error (declared in <wayland-client.h>; link with wayland-client) is set within a turn, and
+ *    stays, once the compositor was killed, has hung up or has sent a protocol error. The call
+ *    takes a lock inside libwayland, but never waits for the compositor. Make no other call on this
+ *    connection: it is the render thread's.
+ * 2. The turns stand still while the compositor is stopped or withholds frames, since the render
+ *    thread then waits in its swap. A turn takes 20 ms and the time to draw; call the compositor
+ *    silent when there was none for three seconds. They also stand still while g_mutex is held, and
+ *    a compositor may withhold frames on purpose, of a display that is off: whether that is a fault
+ *    is for the application to say. While nothing is drawn nothing is swapped, and the turns go on.
+ *
+ * What to do then: end the playback, if there is one, and call DeInit. Do not wait for objects to
+ * go, and do not take g_mutex if the turns stand still: the render thread may hold it.
+ *
+ * A compositor that accepts the connection and then says nothing keeps Init waiting, at no cost,
+ * for as long as it is silent. SIGINT and SIGTERM have the effect that they had before Init:
+ * install a handler that only sets a flag after Init has returned, or nothing ends the wait.
+ *
+ * examples/watch.c does all of this.
+ */
 
 /* ---- Steps of the render thread -------------------------------------------------------------- */
 

@@ -1,6 +1,6 @@
 #include <render/render.h>
 
-#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <mutex>
@@ -13,6 +13,7 @@
 #include <base/lock.h>
 #include <protocol/xdg-shell-client-protocol.h>
 #include <render/fatal.h>
+#include <render/render_state.h>
 #include <render/shared_context.h>
 
 volatile int running;
@@ -24,31 +25,49 @@ namespace
 
 constexpr double kVersion = 2.851;
 constexpr int kBufferSize = 32;
-constexpr useconds_t kTurnSleep = 20000; /* microseconds */
+constexpr useconds_t kTurnSleep = 20000;    /* microseconds */
+constexpr useconds_t kStartInterval = 1000; /* between two looks of Init */
 
-/* DeInit waits for a stalled compositor so many times for so long: two seconds. */
-constexpr int kJoinAttempts = 400;
+/* So long DeInit waits for a compositor that withholds frames. */
+constexpr std::chrono::seconds kJoinLimit(2);
 constexpr useconds_t kJoinInterval = 5000; /* microseconds */
 
 enum RunState { kStopped = 0, kFirstTurn = 1, kRunning = 2 };
-
-/* The render thread has returned or never began: nothing will move running to kRunning. */
-std::atomic<bool> thread_has_ended;
-bool thread_was_started;
 
 /* The render thread's records. They outlive it, so that p_gwindow never points to nothing. */
 struct display thread_display;
 struct window thread_window;
 
-/*
- * The end of the connection. The shared context is current on the thread of Init, and EGL keeps
- * what it has on the connection until that thread lets go of it: so the connection may only be
- * closed after that, by DeInit where a SIGINT has stopped the render thread before.
- */
-std::mutex connection_lock;
-wl_display *connection; /* NULL once closed */
-bool stop_has_begun;    /* EGL is on its way down: no context may be shared any more */
-bool context_is_shared;
+/* Held also while the shared context is made or taken back: EGL must not go down meanwhile. */
+std::mutex life_lock;
+RenderState life = RenderState::kNone;
+
+/* The one place where life changes, with life_lock held. False, and nothing moves, if this state
+ * knows no such event. */
+bool advance(RenderEvent event)
+{
+	for (const RenderTransition &row : kRenderTransitions) {
+		if (row.from != life || row.event != event)
+			continue;
+		life = row.to;
+		if (life == RenderState::kEnded)
+			wl_display_disconnect(thread_display.display);
+		return true;
+	}
+	return false;
+}
+
+void tell(RenderEvent event)
+{
+	std::lock_guard hold(life_lock);
+	advance(event);
+}
+
+RenderState life_now()
+{
+	std::lock_guard hold(life_lock);
+	return life;
+}
 
 int load_running()
 {
@@ -64,8 +83,9 @@ void store_running(RunState state)
 void finish_first_turn()
 {
 	int expected = kFirstTurn;
-	__atomic_compare_exchange_n(
-	    &running, &expected, static_cast<int>(kRunning), false, __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE);
+	if (__atomic_compare_exchange_n(&running, &expected, static_cast<int>(kRunning), false,
+	        __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE))
+		tell(RenderEvent::kFirstTurnEnds);
 }
 
 void configure(struct window *window)
@@ -118,17 +138,14 @@ void turn(struct display *display, struct window *window)
 	finish_first_turn();
 }
 
-/* Closes the connection, unless the shared context still hangs on it. */
-void close_connection()
+void connect(struct display *display)
 {
-	std::lock_guard hold(connection_lock);
-	if (context_is_shared || !connection)
-		return;
-	wl_display_disconnect(connection);
-	connection = nullptr;
+	display->display = wl_display_connect(nullptr);
+	REQUIRE_AS(display->display, "display.display");
 }
 
-void disconnect(struct display *display)
+/* What is left is the connection itself, which goes as the thread's life ends. */
+void destroy_globals(struct display *display)
 {
 	if (display->shell)
 		xdg_shell_destroy(display->shell);
@@ -136,56 +153,67 @@ void disconnect(struct display *display)
 		wl_compositor_destroy(display->compositor);
 	wl_registry_destroy(display->registry);
 	wl_display_flush(display->display);
-	close_connection();
 }
 
-void connect(struct display *display)
+void start_render_thread()
 {
-	display->display = wl_display_connect(nullptr);
-	REQUIRE_AS(display->display, "display.display");
-	std::lock_guard hold(connection_lock);
-	connection = display->display;
+	std::lock_guard hold(life_lock);
+	if (pthread_create(&pid, nullptr, main_thread, nullptr) == 0)
+		advance(RenderEvent::kThreadStarts);
 }
 
-void begin_stop()
+/* However long the compositor is silent. */
+void await_first_turn()
 {
-	std::lock_guard hold(connection_lock);
-	stop_has_begun = true;
+	while (life_now() == RenderState::kStarting)
+		usleep(kStartInterval);
 }
 
-/* False if the render thread is already on its way down. */
+/* False if there is no render thread, or if it is already on its way down. */
 bool share_context_with_caller()
 {
-	std::lock_guard hold(connection_lock);
-	if (stop_has_begun)
+	std::lock_guard hold(life_lock);
+	if (life != RenderState::kTurning)
 		return false;
 	share_context();
-	context_is_shared = true;
-	return true;
+	return advance(RenderEvent::kContextShared);
+}
+
+bool context_is_shared()
+{
+	return life == RenderState::kShared || life == RenderState::kStoppingShared ||
+	       life == RenderState::kEndedShared;
 }
 
 void take_context_back()
 {
-	std::lock_guard hold(connection_lock);
-	if (context_is_shared && release_shared_context())
-		context_is_shared = false;
+	std::lock_guard hold(life_lock);
+	if (context_is_shared() && release_shared_context())
+		advance(RenderEvent::kContextReturned);
 }
 
-/* A compositor that withholds frames keeps the render thread in its swap: cutting the connection
- * ends that wait. The time is counted in sleeps, since the clock may be set meanwhile. */
+/* A compositor that withholds frames keeps the render thread in its swap: that ends with the
+ * connection. */
+void cut_connection()
+{
+	std::lock_guard hold(life_lock);
+	if (life != RenderState::kEnded)
+		shutdown(wl_display_get_fd(thread_display.display), SHUT_RDWR);
+}
+
 void join_render_thread()
 {
-	for (int attempt = 0; attempt < kJoinAttempts; attempt++) {
-		if (pthread_tryjoin_np(pid, nullptr) == 0)
-			return;
+	using Clock = std::chrono::steady_clock;
+	const Clock::time_point limit = Clock::now() + kJoinLimit;
+	while (pthread_tryjoin_np(pid, nullptr) != 0) {
+		if (Clock::now() >= limit) {
+			cut_connection();
+			pthread_join(pid, nullptr);
+			break;
+		}
 		usleep(kJoinInterval);
 	}
-	{
-		std::lock_guard hold(connection_lock);
-		if (connection)
-			shutdown(wl_display_get_fd(connection), SHUT_RDWR);
-	}
-	pthread_join(pid, nullptr);
+	tell(RenderEvent::kThreadJoined);
 }
 
 } // namespace
@@ -217,11 +245,11 @@ void *main_thread(void *)
 	while (load_running() != kStopped)
 		turn(display, window);
 
-	begin_stop();
+	tell(RenderEvent::kStopBegins);
 	destroy_surface(window);
 	fini_egl(display);
-	disconnect(display);
-	thread_has_ended = true;
+	destroy_globals(display);
+	tell(RenderEvent::kThreadEnds);
 	return nullptr;
 }
 
@@ -230,14 +258,9 @@ void Init(void)
 	printf("animation version:%f\n", kVersion);
 
 	create_list_mutex();
-	thread_has_ended = false;
-	stop_has_begun = false;
-	thread_was_started = pthread_create(&pid, nullptr, main_thread, nullptr) == 0;
-	if (!thread_was_started)
-		thread_has_ended = true;
-	while (load_running() != kRunning && !thread_has_ended) {
-	}
-	if (thread_has_ended || !share_context_with_caller())
+	start_render_thread();
+	await_first_turn();
+	if (!share_context_with_caller())
 		fprintf(stderr, "animation: the render thread ended before Init was over\n");
 }
 
@@ -245,9 +268,7 @@ void DeInit(void)
 {
 	take_context_back();
 	store_running(kStopped);
-	if (thread_was_started)
+	if (life_now() != RenderState::kNone)
 		join_render_thread();
-	thread_was_started = false;
-	close_connection(); /* is closed already, unless a SIGINT came first */
 	pthread_mutex_destroy(&g_mutex);
 }

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <csignal>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -129,35 +128,6 @@ TEST_F(LifeCycleTest, StopsOnTheFirstInterrupt)
 	init();
 	show_and_await(kGreen);
 	remove_all();
-}
-
-TEST_F(LifeCycleTest, OutlivesTheCompositor)
-{
-	for (const bool shows : {true, false}) {
-		start_compositor();
-		init();
-		if (shows)
-			show_and_await(kRed);
-		compositor.reset();
-		std::this_thread::sleep_for(100ms);
-		const std::clock_t busy_before = std::clock();
-		std::this_thread::sleep_for(500ms);
-		EXPECT_LT(std::clock() - busy_before, 0.4 * CLOCKS_PER_SEC); /* it sleeps between turns */
-		EXPECT_NE(show(ANI_FLASH, kBlue, 0, 8), ANIMATION_NO_OBJECT);
-		EXPECT_EQ(now(running), 2);
-		finish();
-	}
-}
-
-TEST_F(LifeCycleTest, EndsWhileTheCompositorWithholdsFrames)
-{
-	start_compositor({.hold_frames = true});
-	init();
-	show_and_await(kRed);
-	std::this_thread::sleep_for(100ms);
-	const auto begin = std::chrono::steady_clock::now();
-	finish();
-	EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s); /* two, on a machine that keeps up */
 }
 
 /* Runs the program that does nothing but Init and DeInit; its wait status. */

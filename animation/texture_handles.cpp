@@ -1,4 +1,5 @@
 #include <animation/animation.h>
+#include <animation/image_loading.h>
 #include <base/heap.h>
 #include <base/lock.h>
 
@@ -19,12 +20,16 @@ GLuint create_handle(Load load, int *result)
 	return tex;
 }
 
-/* The same from a file: a texture without a picture is given back. */
-template <class Load>
-GLuint create_handle_from_file(Load load)
+/* The same from a file, which is read before the lock is taken: no frame waits for a decoder. A
+ * texture without a picture is given back. */
+GLuint create_handle_from_file(
+    int (*read)(const char *filename, DecodedPicture *picture), const char *filename)
 {
-	int result = 0;
-	GLuint tex = create_handle(load, &result);
+	DecodedPicture picture;
+	int result = read(filename, &picture);
+	GLuint tex = create_handle(
+	    [&](GLuint name) { return result ? result : upload_picture(name, picture, filename); },
+	    &result);
 	if (result == 0)
 		return tex;
 	DeleteTexture(tex);
@@ -42,12 +47,12 @@ GLuint CreateTexture(int width, int height, int textureType, const void *data)
 
 GLuint CreateTextureByName(const char *tex_fname)
 {
-	return create_handle_from_file([=](GLuint tex) { return load_texture_bmp(tex, tex_fname); });
+	return create_handle_from_file(read_bmp, tex_fname);
 }
 
 GLuint CreateTextureByPng(const char *tex_fname)
 {
-	return create_handle_from_file([=](GLuint tex) { return load_texture_png(tex, tex_fname); });
+	return create_handle_from_file(read_png, tex_fname);
 }
 
 void DeleteTexture(GLuint tex)

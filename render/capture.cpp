@@ -1,9 +1,45 @@
 #include <render/capture.h>
 
 #include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <base/heap.h>
+
+namespace
+{
+
+/* As fopen with "w", but a regular file or none: a link could lead anywhere, and a pipe would hold
+ * the frames for ever. */
+FILE *open_regular_file(const char *name)
+{
+	struct stat status;
+	if (lstat(name, &status) == 0 && !S_ISREG(status.st_mode))
+		return nullptr;
+	int fd = open(name, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
+	if (fd < 0)
+		return nullptr;
+	FILE *file = nullptr;
+	if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && ftruncate(fd, 0) == 0)
+		file = fdopen(fd, "w");
+	if (!file)
+		close(fd);
+	return file;
+}
+
+void write_whole_file(const char *name, const unsigned char *pixels, std::size_t size)
+{
+	FILE *file = open_regular_file(name);
+	if (!file)
+		return;
+	bool whole = fwrite(pixels, size, 1, file) == 1 && fflush(file) == 0;
+	whole = fclose(file) == 0 && whole;
+	if (!whole)
+		unlink(name);
+}
+
+} // namespace
 
 void capture_frame(const struct window &window)
 {
@@ -20,10 +56,5 @@ void capture_frame(const struct window &window)
 	/* 50 characters hold the name on the unit; a development folder may lie deeper. */
 	char name[sizeof(CAPTURE_DIR) + 50];
 	snprintf(name, sizeof(name), "%s/%lld.raw", CAPTURE_DIR, static_cast<long long>(framecnt));
-	FILE *file = fopen(name, "w");
-	if (!file)
-		return;
-	fwrite(pixels.get(), size, 1, file);
-	fflush(file);
-	fclose(file);
+	write_whole_file(name, pixels.get(), size);
 }

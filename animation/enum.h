@@ -1,8 +1,8 @@
 /*
- * Enumerations of a fixed 32-bit size, the same in C and in C++.
+ * Enumerations of 32 bits, in C and in C++.
  *
- * Their numbers are part of the interface and travel through records, so any 32-bit number must be
- * a value that C++ may load: that is what the fixed underlying type gives.
+ * Their numbers are part of the interface, and an application may put any 32-bit number into a
+ * record. The fixed underlying type lets C++ load every such number.
  */
 #ifndef ANIMATION_ENUM_H
 #define ANIMATION_ENUM_H

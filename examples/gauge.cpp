@@ -1,6 +1,6 @@
 /*
- * A bar that follows a value, on the right display: textures made ahead of time from memory, an
- * object that moves by updates, and a second one that flashes while the value is high.
+ * A bar on the right display that follows a value. The program makes its textures ahead of time,
+ * from pixels in memory. Updates move the bar. A second object flashes while the value is high.
  *
  * usage: gauge [SECONDS]    (default 5)
  */
@@ -16,8 +16,7 @@
 
 using namespace std::chrono_literals;
 
-/* A rectangle on the right display. As a strip that begins with its bottom edge, so that pictures
- * stand upright. */
+/* A rectangle on the right display. Its strip begins with the bottom edge: pictures are upright. */
 struct Rectangle {
 	float corners[8];
 
@@ -28,7 +27,7 @@ struct Rectangle {
 
 	InPosition2D strip()
 	{
-		InPosition2D strip = {};
+		InPosition2D strip = ANIMATION_STRIP_INIT;
 		strip.coordnum = 4;
 		strip.position2d = corners;
 		strip.vp_id = VP_LCD1;
@@ -46,15 +45,13 @@ static GLuint make_ramp(std::uint8_t red, std::uint8_t green, std::uint8_t blue)
 	return CreateTexture(kWidth, 1, GL_BGRA_EXT, pixels.data());
 }
 
-/* TEX_IDS: the texture stays ours, and lives until the last object that shows it has gone. */
+/* TEX_IDS: the texture stays ours. It must live until the last object that shows it has gone. */
 static TextureArray texture_set(GLuint texture)
 {
-	TextureArray textures = {};
+	TextureArray textures = ANIMATION_TEXTURES_INIT;
 	textures.mode = TEX_IDS;
 	textures.texids[0] = texture;
 	textures.tex_num = 1;
-	textures.mask_index = ANIMATION_NO_TEXTURE;
-	textures.alpha_index = ANIMATION_NO_TEXTURE;
 	return textures;
 }
 
@@ -80,17 +77,16 @@ int main(int argc, char **argv)
 	const GLuint red = make_ramp(230, 40, 30);
 
 	Rectangle whole(176, 258, 976, 318);
-	Backgroud_animationpara bar = {};
+	Backgroud_animationpara bar = ANIMATION_BACKGROUND_INIT;
 	bar.in_position2d = whole.strip();
 	bar.textures = texture_set(green);
 	const unsigned int bar_id = CreateAnimationObj(ANI_BACKGROUND, &bar);
 
 	Rectangle below(556, 368, 596, 408);
-	Flash_animationpara lamp = {};
+	Flash_animationpara lamp = ANIMATION_FLASH_INIT;
 	lamp.in_position2d = below.strip();
 	lamp.textures = texture_set(red);
 	lamp.on_frame = lamp.off_frame = 5;
-	lamp.on_alpha = 1;
 	unsigned int lamp_id = ANIMATION_NO_OBJECT;
 
 	const auto start = std::chrono::steady_clock::now();
@@ -107,7 +103,7 @@ int main(int argc, char **argv)
 		if (value > 0.75 && !is_there(lamp_id))
 			lamp_id = CreateAnimationObj(ANI_FLASH, &lamp);
 		else if (value < 0.75 && is_there(lamp_id))
-			RemoveAnimationObj(lamp_id, DEL_ON_HIDE); /* it ends its flash first */
+			RemoveAnimationObj(lamp_id, DEL_ON_HIDE); /* after the present flash */
 		std::this_thread::sleep_for(20ms);
 	}
 

@@ -1,4 +1,5 @@
-/* Shows a PNG picture on the left display until Ctrl-C.  usage: minimal PICTURE.png */
+/* Shows a PNG file on the left display until Ctrl-C. The file needs an alpha channel: an opaque one
+ * shows black.  usage: minimal PICTURE.png */
 #include <stdio.h>
 #include <unistd.h>
 
@@ -9,7 +10,7 @@ int main(int argc, char **argv)
 {
 	/* One strip, in pixels: bottom left, bottom right, top left, top right. */
 	static float corners[] = {0, 576, 1152, 576, 0, 0, 1152, 0};
-	static Backgroud_animationpara picture;
+	Backgroud_animationpara picture = ANIMATION_BACKGROUND_INIT;
 	unsigned int id;
 
 	if (argc != 2) {
@@ -22,8 +23,6 @@ int main(int argc, char **argv)
 	picture.in_position2d.vp_id = VP_LCD0;
 	picture.textures.mode = TEX_PNG;
 	picture.textures.tex_num = 1;
-	picture.textures.mask_index = ANIMATION_NO_TEXTURE;
-	picture.textures.alpha_index = ANIMATION_NO_TEXTURE;
 	snprintf(
 	    picture.textures.textures_name[0], sizeof picture.textures.textures_name[0], "%s", argv[1]);
 

@@ -1,28 +1,28 @@
 /*
- * The player: one GStreamer pipeline at a time, whose decoded frames feed up to two objects of
- * type ANI_VIDEO_GST.
+ * The player runs one GStreamer pipeline at a time. The decoded video frames feed up to two objects
+ * of type ANI_VIDEO_GST.
  *
- * The order of calls, all of them between Init and DeInit:
+ * The order of calls, all between Init and DeInit:
  *
- *   1. create the objects
- *   2. SetGSTPlayAnimationId and StartGSTPlay, in either order, but not before the playback before
- *      has ended (StartGSTPlay(NULL) is -1): its end clears every registration
- *   3. IsFirstFrameStart, IsGSTStatePlaying, GetGSTimeStramp, GSTplayControl, as often as wanted
- *   4. StopGSTPlay, and wait until StartGSTPlay(NULL), which starts nothing, answers -1 and no
- *      longer 1, before the records are freed or DeInit is called
+ *   1. Create the objects.
+ *   2. SetGSTPlayAnimationId and StartGSTPlay, in either order. An earlier playback must have
+ *      ended, because its end clears every registration. StartGSTPlay(NULL) starts nothing: it
+ *      returns 1 while a playback exists, and -1 when there is none.
+ *   3. IsFirstFrameStart, IsGSTStatePlaying, GetGSTimeStramp, GSTplayControl, as often as you like.
+ *   4. StopGSTPlay. Wait until StartGSTPlay(NULL) returns -1. Only then free the records or call
+ *      DeInit.
  *
- * What it does not do: it has no seek, no volume and no sound, restarts nothing by itself and
- * reports errors only as text.
+ * The player cannot seek. It has no sound and no volume. It restarts nothing by itself. It reports
+ * errors only as text.
  *
- * Threads. Any thread may call, one call of StartGSTPlay at a time. Each playback runs a thread
- * with a GLib main loop on the default main context: an application that runs its own loop on that
- * context shares the player's sources.
+ * Threads. Any thread may call. Only one call of StartGSTPlay may run at a time. Each playback runs
+ * a thread with a GLib main loop on the default main context. An application that runs its own loop
+ * on that context shares the player's sources.
  *
- * RTMP: so that its source lets go, the end of a playback shuts the reading half of the TCP
- * connections to its server that came during the start or come while it ends: to its address and
- * port, or to its port alone where the URI names the host. Make none of the application's own to
- * that server at these times. Descriptors from 1024 on are beyond the probe and this way out: keep
- * fewer files open.
+ * RTMP. Ending an RTMP playback shuts down the read side of connections to its server that were
+ * opened during start or stop. Open none of your own then. The player finds these connections by
+ * the server's address and port. If the URI gives a host name, it finds them by the port alone. The
+ * probe and this shutdown do not work with descriptors of 1024 and above: keep fewer files open.
  */
 #ifndef ANIMATION_PLAYER_H
 #define ANIMATION_PLAYER_H
@@ -36,100 +36,133 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
+/* What GetGSTimeStramp returns while no position is known. */
+#define ANIMATION_NO_POSITION (-140462611)
+
 /* Orders to a running playback. */
 typedef enum GSTControl ANIMATION_32_BIT {
 	GST_PLAY = 0,
 	GST_PAUSE = 1,
 } GSTControl;
 
-/* The player's state, private to it. */
+/* The player's private state. */
 typedef struct CustomData CustomData;
 
 /* ---- The application ------------------------------------------------------------------------ */
 
 /*
- * Starts a playback. The source is chosen by what the URI contains: ".mp4", a local file; else
- * "rtmp", an RTMP stream; else the URI is the address to listen on for RTP/H.264, UDP port 50008.
- * (A URI with both words is a local file that waits for buffering, and stays paused.) An RTMP URI
- * of the form rtmp://HOST/live... is probed first with one ICMP echo request, for up to one second;
- * HOST must be a dotted-quad address, and the process needs the right to open raw sockets. A server
- * that accepts and says nothing is waited for for ten seconds. The URI goes into a launch
- * description as it is: it must have no blanks, and never be one that is not trusted.
+ * Starts a playback.
  *
- * 0: started; errors from here on are only printed, a missing decoder among them. 1: a playback is
- * in progress, or its end is still under way; nothing changes. -1: failed, with a report unless uri
- * is NULL or its host has more than 19 characters; everything taken is given back. A file name of
- * more than 182 characters, an RTMP URI of more than 115 and an address of more than 13 are
- * refused.
+ *     VideoGST_animationpara film = ANIMATION_VIDEO_INIT;
+ *     ... // set the strip and texcoord
+ *     unsigned int id = CreateAnimationObj(ANI_VIDEO_GST, &film);
+ *     SetGSTPlayAnimationId(id, &film, ANIMATION_NO_OBJECT, NULL);
+ *     if (StartGSTPlay("film.mp4") == 0)
+ *         ... // the object shows the film from now on
+ *
+ * The URI decides the source:
+ *
+ *   contains ".mp4"          a local file
+ *   else, contains "rtmp"    an RTMP stream
+ *   else                     RTP/H.264 on UDP port 50008; the URI is the address to listen on
+ *
+ * A URI with both words is a local file that waits for buffering and so stays paused.
+ *
+ * An RTMP URI of the form rtmp://HOST/live... is probed first: the player sends one ICMP echo
+ * request and waits up to one second. HOST must be an address such as 192.168.0.2, and the process
+ * needs the right to open raw sockets. If the server accepts the connection and then says nothing,
+ * the call gives up after ten seconds.
+ *
+ * The URI becomes part of a GStreamer launch description. It must have no blanks. Never pass a URI
+ * that you do not trust. The longest file name has 182 characters, the longest RTMP URI 115, the
+ * longest address 13.
+ *
+ * Returns 0 if the playback has started. Later errors are only printed, also that a decoder is
+ * missing. Returns 1 if a playback exists or has not fully ended; nothing changes. Returns -1 on
+ * failure, and nothing is left behind. A failure is reported, unless uri is NULL or its host has
+ * more than 19 characters.
  */
 int StartGSTPlay(const char *uri);
 
 /*
- * Registers the objects that show the frames, and the record each was created from. An id of
- * ANIMATION_NO_OBJECT or a NULL record leaves its slot empty. The records stay the caller's and
- * must live until the playback has ended. Until then each frame reads them with their arrays and
- * writes bufinfo and update: touch any of it only under g_mutex. bufinfo must be NULL or a block
- * from malloc: it is written, and freed at the end. A registration ends with the playback; one that
- * another replaces before leaves its bufinfo to the caller, to be freed.
+ * Registers up to two objects that show the video, each with the record that it was created from.
+ * An id of ANIMATION_NO_OBJECT or a NULL record leaves that place empty.
  *
- * 0, or -1 with a report if an id is not that of an ANI_VIDEO_GST object: the earlier registration
- * then stays.
+ *     // one video on both displays: two objects from two records
+ *     SetGSTPlayAnimationId(left_id, &left, right_id, &right);
+ *
+ * The records stay the application's. They and their arrays must live until the playback has ended.
+ * Each video frame reads them, and writes bufinfo and update. Touch them only under g_mutex.
+ *
+ * bufinfo must be NULL or a block from malloc(). The player writes the block, and frees it at the
+ * end of the playback. <animation/animation.h> has a table of who owns it when.
+ *
+ * The end of the playback ends the registration. A second registration replaces the first. The
+ * bufinfo blocks of the first are then the application's to free.
+ *
+ * Returns 0. Returns -1 with a report if an id is not that of an ANI_VIDEO_GST object. The earlier
+ * registration then stays.
  */
 int SetGSTPlayAnimationId(unsigned int id1, void *para1, unsigned int id2, void *para2);
 
-/* Asks the playback to end and returns at once; it ends within three seconds. A source that still
- * waits for its server is left to stop by itself, with a report. The picture stays until its object
- * is removed; but a frame that waits for the render thread at this moment is shown black, if the
- * decoder's memory goes with the pipeline. While StartGSTPlay has not returned there is no playback
- * to end. */
+/* Tells the playback to end and returns at once. The playback ends within three seconds. A source
+ * that still waits for its server is left to stop by itself, with a report. The last video frame
+ * stays until its object is removed. A video frame that the render thread has not yet taken may
+ * turn black, because the decoder's memory can go with the pipeline. Until StartGSTPlay has
+ * returned, there is no playback to end. */
 void StopGSTPlay(void);
 
-/* Pauses or resumes. A pause ends by itself as soon as the sink has got its next frame: for a file
- * after about a millisecond, for a live source if a frame was on its way, else only by GST_PLAY or
- * the end. Without a playback nothing happens. Waits for a state change under way. */
+/* Pauses or resumes. A paused file plays on after about a millisecond: the sink gets its next video
+ * frame, and the player then sets the pipeline to playing again. A live source also plays on if a
+ * video frame was on its way. Otherwise it stays paused until GST_PLAY or the end. Without a
+ * playback nothing happens. The call waits for a state change that is in progress. */
 void GSTplayControl(GSTControl order);
 
-/* TRUE once a frame has come in this playback, and after it until the next start. It need not have
- * reached an object. */
+/* Returns TRUE once a video frame has come in this playback, and until the next start. The video
+ * frame may not have reached an object. */
 gboolean IsFirstFrameStart(void);
 
-/* TRUE while a pipeline is up, paused or playing. May wait up to one second for a state change. */
+/* Returns TRUE while a pipeline is paused or playing. May wait up to one second for a state change.
+ */
 gboolean IsGSTStatePlaying(void);
 
-/* The position in the stream in milliseconds: while it plays, of at most 30 ms ago, else the last
- * one. -140462611 while none is known. */
+/* Returns the position in the stream in milliseconds. During playback it is at most 30 ms old,
+ * otherwise it is the last one. ANIMATION_NO_POSITION means that no position is known yet. */
 int GetGSTimeStramp(void);
 
 /* ---- The probe: any thread, no state --------------------------------------------------------- */
 
-/* 0 if the URI (never NULL) needs no probe or its host answered, else -1: also, at once, for a host
- * part of more than 19 characters. */
+/* Returns 0 if the URI needs no probe or its host answers, else -1. A host of more than 19
+ * characters gives -1 at once. uri must not be NULL. */
 int check_server(const char *uri);
 
-/* Sends one ICMP echo request to a dotted-quad address. 1 if any ICMP packet came within a second,
- * else 0, also without the right to open raw sockets; reports either. */
+/* Sends one ICMP echo request to an address such as 192.168.0.2. Returns 1 if any ICMP packet comes
+ * within a second, else 0. Without the right to open raw sockets it returns 0. Reports both
+ * results. */
 int livetest(const char *ip);
 
-/* Internet checksum (RFC 1071) of len bytes. */
+/* Returns the Internet checksum (RFC 1071) of len bytes. */
 unsigned short cal_chksum(const unsigned short *addr, int len);
 
 /* ---- Steps of a playback -------------------------------------------------------------------- */
 
-/* 1 until the first frame of a playback has come. Not to be written. */
+/* 1 until the first video frame of a playback has come. Do not write it. */
 extern int first_frame;
 
-/* "new-sample" of the appsink, on a streaming thread: hands the frame's descriptor to the
- * registered objects. Always GST_FLOW_OK. */
+/* Handles "new-sample" of the appsink, on a streaming thread: gives the video frame's descriptor to
+ * the registered objects. Always returns GST_FLOW_OK. */
 GstFlowReturn pad_new_sample(GstElement *sink, CustomData *dataplayer);
 
-/* Body of the playback's thread, with the player's state as arg. Not to be called. */
+/* The body of the playback's thread. arg is the player's state. Do not call it. */
 void *message_thread(void *arg);
 
-/* Timer function for an application that polls the buffering of a pipeline itself: user, which it
- * keeps alive. (The player gives its own to nobody.) At 100 percent, after waiting up to one second
- * for a state change under way, a paused pipeline is set to playing, and one in READY ends the
- * player's playback. The player takes the answer for its own state of buffering, too. TRUE, to be
- * called again, while buffering or while that state change goes on. */
+/* A GLib timer function for an application that polls the buffering of a pipeline of its own. user
+ * is the pipeline. The application keeps it alive. (The player's own pipeline is private.)
+ *
+ * At 100 percent the function waits up to one second for a state change that is in progress. It
+ * then sets a paused pipeline to playing. A pipeline in READY ends the player's playback. The
+ * player also takes the result as its own state of buffering. Returns TRUE, to be called again,
+ * while the pipeline buffers or its state still changes. */
 gboolean buffer_timeout(gpointer user);
 
 #pragma GCC visibility pop

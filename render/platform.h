@@ -1,6 +1,6 @@
 /*
- * EGL on Wayland, through the platform extensions where the client offers them and through the
- * core entry points where not. Render thread.
+ * EGL on Wayland. These functions use the EGL platform extensions if there are any, else EGL's core
+ * functions. Render thread.
  */
 #ifndef ANIMATION_PLATFORM_H
 #define ANIMATION_PLATFORM_H
@@ -13,14 +13,14 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
-/* The entry point of that name, or NULL where EGL has no Wayland platform extension. */
+/* Returns the EGL function of that name, or NULL if EGL has no Wayland platform extension. */
 void *weston_platform_get_egl_proc_address(const char *address);
 
-/* The EGL display of a native display; EGL_NO_DISPLAY if there is none. attrib_list may be NULL. */
+/* Returns the EGL display of a native display, or EGL_NO_DISPLAY. attrib_list may be NULL. */
 EGLDisplay weston_platform_get_egl_display(
     EGLenum platform, void *native_display, const EGLint *attrib_list);
 
-/* A window surface; EGL_NO_SURFACE on failure. attrib_list may be NULL. */
+/* Creates a window surface. Returns EGL_NO_SURFACE on failure. attrib_list may be NULL. */
 EGLSurface weston_platform_create_egl_surface(
     EGLDisplay dpy, EGLConfig config, void *native_window, const EGLint *attrib_list);
 

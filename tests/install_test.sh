@@ -89,6 +89,35 @@ exports_are_the_headers() {
 	[ -s declared-names ] && diff declared-names exported-names
 }
 
+# The start values fit their records, field by field, and leave no compiler anything to say.
+start_values() { # COMPILER STANDARD
+	cat >start_values.c <<-'END'
+		#include <animation/animation.h>
+		static Backgroud_animationpara background = ANIMATION_BACKGROUND_INIT;
+		static Flash_animationpara flash = ANIMATION_FLASH_INIT;
+		static TexCut_animationpara cut = ANIMATION_TEX_CUT_INIT;
+		static FadeInOutLoop_animationpara fade = ANIMATION_FADE_INIT;
+		static GraduallyDispLoop_animationpara gradual = ANIMATION_GRADUAL_INIT;
+		static SeqLoop_animationpara sequence = ANIMATION_SEQUENCE_INIT;
+		static VideoGST_animationpara streamed = ANIMATION_VIDEO_INIT;
+		static VideoRAW_animationpara raw = ANIMATION_VIDEO_INIT;
+		int main(void)
+		{
+			TextureArray set = ANIMATION_TEXTURES_INIT;
+			InPosition2D strip = ANIMATION_STRIP_INIT;
+			return !(set.mask_index == ANIMATION_NO_TEXTURE && set.alpha_index == ANIMATION_NO_TEXTURE &&
+				set.tex_num == 0 && set.constant_color[3] == 1 && strip.position2d == NULL &&
+				background.update && flash.on_frame && flash.on_alpha == 1 && flash.update &&
+				cut.update && fade.sin_frame && fade.in_alpha == 1 && fade.update &&
+				gradual.in_alpha == 1 && gradual.gmode_hide && gradual.update &&
+				sequence.seq_hide && sequence.update && streamed.update && raw.update);
+		}
+	END
+	# shellcheck disable=SC2046
+	$1 -std="$2" -Wall -Wextra -Wpedantic -Werror start_values.c -o start_values $(flags --cflags) &&
+		./start_values
+}
+
 readme_quotes_example() {
 	# shellcheck disable=SC2016 # a fence, no command
 	sed -n '/^```c$/,/^```$/p' "$source/README.md" | sed '1d;$d' | diff - "$source/examples/minimal.c"
@@ -101,6 +130,9 @@ for header in $headers; do
 	check "<$header> as C11, alone" header_alone "$header" 'cc -x c' c11
 	check "<$header> as C++, alone" header_alone "$header" 'c++ -x c++' c++11
 done
+check 'start values in C11' start_values 'cc -x c' c11
+check 'start values in C++11' start_values 'c++ -x c++' c++11
+check 'start values in C++20' start_values 'c++ -x c++' c++20
 check 'a C11 program' program 'cc -std=c11 -D_DEFAULT_SOURCE' \
 	minimal.c "$build/scenes/map_day.png" '576 520 255 255 255' '1728 288 0 0 0'
 check 'a C++ program' program 'c++ -std=c++20' \

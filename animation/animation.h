@@ -775,9 +775,9 @@ int load_texture_from_raw_file(
  * its bytes go to GL_RGB as they are. Its width must be a multiple of 4, or the image is skewed. */
 int load_texture_bmp(GLuint tex, const char *filename);
 
-/* From a PNG file with an alpha channel or a transparent colour, of at most 2304 x 2304 pixels. -2:
- * the signature cannot be read. -3: not a PNG file. -4: no memory for the pixels. -1: any other
- * failure. An opaque PNG file gives -1. */
+/* From a PNG file with an alpha channel or a transparent colour, of at most 2304 x 2304 pixels.
+ * Fails with -2 if the signature cannot be read, with -3 if it is no PNG file, with -4 if there is
+ * no memory for the pixels, else with -1. An opaque PNG file gives -1. */
 int load_texture_png(GLuint tex, const char *filename);
 
 /* ---- Coordinates: pure functions, any thread ------------------------------------------------ */

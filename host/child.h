@@ -6,10 +6,10 @@
 
 #include <sys/types.h>
 
-/* Starts a program, looked up in PATH, with no signal blocked. It gets SIGTERM if the calling
- * thread ends first. -1 with the reason in *error, and errno set, if it cannot be executed. */
+/* Starts a program from PATH with no signal blocked. It gets SIGTERM if the calling thread ends
+ * first. Returns -1 if it cannot be executed, with the reason in *error and in errno. */
 pid_t start_child(
     char *const *argv, const std::vector<std::string> &environment, std::string *error);
 
-/* What a shell makes of a wait status: the exit status, or 128 and the signal's number. */
+/* The exit status that a shell would give: the program's, or 128 plus the signal's number. */
 int exit_status_of(int wait_status);

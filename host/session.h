@@ -12,8 +12,8 @@ struct SessionOptions {
  * it. */
 void block_session_signals();
 
-/* Opens the sinks and a compositor, runs the program on it and ends everything in order. The
- * result is the exit status: the program's own, or 128 and its signal. Where the host ended the
- * program it is 0, unless the program crashed on the way. 1 if a sink failed, 126 or 127 if the
- * program cannot be executed or found; the reason is on the standard error. */
+/* Opens the sinks and a compositor, runs the program on it and ends everything in order. The result
+ * is the exit status: the program's own, or 128 and its signal. Where the host ended the program it
+ * is 0, unless the program crashed on the way. 1 if a sink failed, 126 or 127 if the program cannot
+ * be executed or found; the reason is on the standard error. */
 int run_session(const SessionOptions &options);

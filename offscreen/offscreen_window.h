@@ -1,14 +1,12 @@
 /*
- * A window without a compositor: an EGL surface in memory on which the library's own redraw runs,
- * turn by turn and without waiting. animation-play --offline, the tests and the benchmarks draw on
- * it.
+ * A window without a compositor: an EGL surface in memory. The library's own redraw runs on it,
+ * turn by turn and without waiting. animation-play --offline, the tests and the benchmarks use it.
  *
- * It takes the place of Init and DeInit: while it is open, objects and texture handles are created,
- * updated and removed as ever, on any thread for objects and on the opening thread for texture
- * handles. It must not be open together with the render thread, nor twice at once; it may be
- * opened again after it was closed.
+ * It replaces Init and DeInit. While it is open, any thread may create, update and remove objects,
+ * and the opening thread may use texture handles. Only one may be open, and not together with the
+ * render thread. It may be opened again after it was closed.
  *
- * Drawing is done in software, so that the same turns give the same pictures on every PC.
+ * Drawing is done in software, so that the same turns always give the same pixels on one machine.
  */
 #pragma once
 
@@ -19,8 +17,7 @@
 
 #include <render/render.h>
 
-/* The records are filled as the render thread fills its own, but for the Wayland members, which
- * stay NULL. */
+/* The same records that the render thread fills. The Wayland members stay NULL. */
 struct OffscreenWindow {
 	struct display display = {};
 	struct window window = {};
@@ -31,7 +28,7 @@ struct OffscreenWindowCloser {
 };
 using OffscreenWindowPtr = std::unique_ptr<OffscreenWindow, OffscreenWindowCloser>;
 
-/* A picture of both viewports: R, G, B, A bytes, top row first, no gap between rows. */
+/* The pixels of both viewports: bytes R, G, B, A, the top row first, no gap between rows. */
 struct OffscreenPicture {
 	int width = 0;
 	int height = 0;
@@ -44,18 +41,19 @@ struct OffscreenPicture {
 };
 
 /*
- * Opens the window, creates g_mutex, builds the programs and leaves the render context current on
- * the calling thread, which is the render thread from then on. NULL if EGL offers no such surface;
- * *error then says what failed. A shader that does not compile ends the process, as in Init.
+ * Opens the window, creates g_mutex, builds the shader programs and makes the render context
+ * current on the calling thread. This thread is the render thread from then on. Returns NULL if EGL
+ * has no such surface, with the reason in *error. A shader that does not compile ends the process,
+ * as in Init.
  *
- * Closing removes what is left on the object list (drawing the turns that takes), releases all of
- * EGL and destroys g_mutex. It happens on the thread that opened the window.
+ * Close it on the same thread. Closing draws the turns that remove all objects, releases EGL and
+ * destroys g_mutex.
  */
 OffscreenWindowPtr open_offscreen_window(std::string *error);
 
-/* One turn of the render loop. True if the turn swapped a picture; else what was swapped last is
- * what a viewer would still see, and read_picture has no meaning. */
+/* Runs one turn of the render loop. Returns true if it swapped. If not, a viewer still sees what
+ * was swapped last, and read_picture must not be called. */
 bool draw_turn(OffscreenWindow &offscreen);
 
-/* The picture that the last turn swapped. The vector of *picture is reused. */
+/* Reads the pixels that the last turn swapped. The vector of *picture is used again. */
 void read_picture(const OffscreenWindow &offscreen, OffscreenPicture *picture);

@@ -122,8 +122,8 @@ void GSTplayControl(GSTControl order);
  * frame may not have reached an object. */
 gboolean IsFirstFrameStart(void);
 
-/* Returns TRUE while a pipeline is paused or playing. May wait up to one second for a state change.
- */
+/* Returns TRUE while a pipeline is paused or playing. May wait up to one second for a state
+ * change. */
 gboolean IsGSTStatePlaying(void);
 
 /* Returns the position in the stream in milliseconds. During playback it is at most 30 ms old,

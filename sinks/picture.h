@@ -1,10 +1,10 @@
-/* One picture of the surface in memory. */
+/* One surface buffer: the pixels of a drawn frame. */
 #pragma once
 
 #include <cstddef>
 
-/* Rows of B, G, R, X bytes, the top row first, stride bytes apart. Borrowed: the pixels are valid
- * only during the call that hands them over. */
+/* Rows of bytes B, G, R, X, the top row first, stride bytes apart. The pixels are valid only during
+ * the call that passes them. */
 struct Picture {
 	const unsigned char *pixels;
 	int width;
@@ -16,5 +16,5 @@ struct Picture {
 constexpr int kSurfaceWidth = 2304;
 constexpr int kSurfaceHeight = 576;
 
-/* The unit's rate, at which recordings play whatever the speed of the machine that made them. */
+/* The unit's rate. A recording plays at this rate, however slow the machine was that made it. */
 constexpr int kPicturesPerSecond = 50;

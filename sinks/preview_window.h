@@ -1,4 +1,4 @@
-/* A window on the desktop that shows the pictures, scaled down to fit the screen. */
+/* A window on the desktop that shows the surface buffers, scaled down to fit the screen. */
 #pragma once
 
 #include <memory>
@@ -12,14 +12,14 @@ struct PreviewWindowDeleter {
 };
 using PreviewWindowPtr = std::unique_ptr<PreviewWindow, PreviewWindowDeleter>;
 
-/* Null with the reason in *error, as where there is no display. One at a time; all functions on
- * one thread. */
+/* Returns null with the reason in *error, for instance without a display. Only one may be open.
+ * Call all functions on one thread. */
 PreviewWindowPtr open_preview_window(
     const std::string &title, int width, int height, std::string *error);
 
-/* Shows a picture of the size told before; the title counts pictures and tells their rate. False
- * with the reason in *error. */
+/* Shows a surface buffer of the size given at the opening. The title tells their number and rate.
+ * Returns false with the reason in *error. */
 bool preview_picture(PreviewWindow &window, const Picture &picture, std::string *error);
 
-/* Handles what the user did to the window. False once they closed it. */
+/* Handles what the user did to the window. Returns false once the user has closed it. */
 bool service_preview_window(PreviewWindow &window);

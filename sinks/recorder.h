@@ -1,4 +1,4 @@
-/* Pictures into an MP4 file with H.264 video, one picture one video frame. */
+/* Writes an MP4 file with H.264 video. Each surface buffer becomes one video frame. */
 #pragma once
 
 #include <memory>
@@ -10,16 +10,17 @@ struct Recorder;
 struct RecorderDeleter {
 	void operator()(Recorder *) const;
 };
-/* Destroying a recorder that was not finished leaves a file without an index, which no player
- * opens. */
+/* A recorder that is destroyed before it was finished leaves a file without an index. No player
+ * opens such a file. */
 using RecorderPtr = std::unique_ptr<Recorder, RecorderDeleter>;
 
-/* Creates the file and starts the encoder's threads. Null with the reason in *error. */
+/* Creates the file and starts the encoder's threads. Returns null with the reason in *error. */
 RecorderPtr open_recorder(const std::string &path, int width, int height, std::string *error);
 
-/* Copies the picture for the encoder, and waits if that is several pictures behind: none is ever
- * dropped. False with the reason in *error if the encoder or the file failed. */
+/* Copies the surface buffer for the encoder. Never drops one: waits if the encoder is several
+ * behind. Returns false with the reason in *error if the encoder or the file failed. */
 bool record_picture(Recorder &recorder, const Picture &picture, std::string *error);
 
-/* Encodes what is left and ends the file; a file without pictures is removed and is a failure. */
+/* Encodes what is left and ends the file. A file without a video frame is removed, and that is a
+ * failure. */
 bool finish_recording(Recorder &recorder, std::string *error);

@@ -1,5 +1,5 @@
-/* The command-line options that decide where pictures go, the same in every program that has
- * sinks: --window, --record FILE.mp4, --snapshot N=FILE.png (repeatable), --frames N. */
+/* The command-line options of all programs that have sinks: --window, --record FILE.mp4, --snapshot
+ * N=FILE.png (may be repeated), --frames N. */
 #pragma once
 
 #include <cstdint>
@@ -9,13 +9,13 @@
 
 struct SinkArguments {
 	SinkOptions sinks;
-	std::uint64_t frames = 0; /* end after so many pictures; 0: no end */
+	std::uint64_t frames = 0; /* end after so many; 0: no end */
 };
 
 enum class ArgumentResult {
 	taken,
-	not_ours, /* another option or a plain argument: the caller's to judge */
-	wrong,    /* ours, but its value is missing or bad */
+	not_ours, /* another option or a plain argument, for the caller */
+	wrong,    /* one of ours, but its value is missing or bad */
 };
 
 /* For a usage text. */
@@ -26,5 +26,6 @@ extern const char kSinkUsage[];
 ArgumentResult take_sink_argument(
     int argc, char *const *argv, int *index, SinkArguments *arguments, std::string *error);
 
-/* A whole number from 1 up, and nothing after it; *value stays if it is none. */
+/* Reads a whole number of 1 or more, with nothing after it. Otherwise returns false and leaves
+ * *value. */
 bool parse_count(const std::string &text, std::uint64_t *value);

@@ -1,7 +1,7 @@
 /*
- * Where pictures go: a window, a recording, numbered PNG snapshots, any of them at once.
+ * Where surface buffers go: a window, a recording, numbered PNG snapshots, or several of these.
  *
- * All functions are called on one thread, the main one where there is a window (SDL asks for it).
+ * Call all functions on one thread. With a window it must be the main thread, for SDL.
  *
  *     std::string error;
  *     SinksPtr sinks = open_sinks(options, kSurfaceWidth, kSurfaceHeight, "title", &error);
@@ -17,7 +17,7 @@
 
 #include <sinks/picture.h>
 
-/* The picture of this number, counted from 1, goes to this file. */
+/* The surface buffer of this number, counted from 1, goes to this file. */
 struct Snapshot {
 	std::uint64_t number;
 	std::string path;
@@ -35,20 +35,20 @@ struct SinksDeleter {
 };
 using SinksPtr = std::unique_ptr<Sinks, SinksDeleter>;
 
-/* Opens every sink that the options name, for pictures of one size. Null if any cannot be opened;
- * *error then says which and why, and files made by then are removed again. No option set is no
- * error: the pictures are counted and dropped. */
+/* Opens every sink that the options name, for surface buffers of one size. Returns null if one
+ * cannot be opened, tells in *error which and why, and removes the files that it has made. Without
+ * any option the surface buffers are only counted. */
 SinksPtr open_sinks(const SinkOptions &options, int width, int height, const std::string &title,
     std::string *error);
 
-/* Hands one picture to all sinks. Waits only while the encoder is several pictures behind; nothing
- * is ever dropped. False if the user closed the window or a sink failed, and from then on. */
+/* Passes one surface buffer to all sinks. Never drops one: waits while the encoder is several
+ * behind. Returns false from the moment on when the user closed the window or a sink failed. */
 bool show_picture(Sinks &sinks, const Picture &picture);
 
-/* Lets the window react while no pictures come. False as show_picture. */
+/* Lets the window react while nothing is drawn. Returns false as show_picture does. */
 bool service_sinks(Sinks &sinks);
 
-/* Ends the files; no picture may follow. False if a sink failed or a snapshot's number was never
- * reached, with all reasons in *error; a window closed by the user is no failure. Destroying sinks
- * that were not finished ends the files too and drops what there is to report. */
+/* Ends the files. No surface buffer may follow. Returns false if a sink failed or a snapshot's
+ * number never came, with all reasons in *error. A window that the user closed is no failure. Sinks
+ * that are destroyed before they were finished also end their files, but report nothing. */
 bool finish_sinks(Sinks &sinks, std::string *error);

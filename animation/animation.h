@@ -109,8 +109,8 @@ typedef enum BlendingMode ANIMATION_32_BIT {
 	BLD_SOURCE = 0,      /* T0 or the constant colour alone; alpha0 scales its alpha */
 	BLD_SOURCE_MASK = 1, /* T1 replaces T0 where T1's alpha times alpha1 is above 0.9 */
 	BLD_SOURCE_OVER = 2, /* T0 and T1 mixed by alpha1; alpha0 has no effect */
-	BLD_SOURCE_SUB = 4,  /* where T1 has any alpha, alpha1 is cut out of T0 */
-	BLD_PRE_ALPHA = 8,   /* T1's alpha times alpha1 scales the alpha */
+	BLD_SOURCE_SUB = 4,  /* where T1 has any alpha, 1 - alpha1 scales T0's alpha */
+	BLD_PRE_ALPHA = 8,   /* T1's alpha times alpha1 scales T0's alpha */
 	BLD_ALPHA_MASK = 16, /* flag, added to one of the others: T2's alpha scales the result */
 } BlendingMode;
 
@@ -257,8 +257,8 @@ typedef struct InPosition2D {
  * One picture in memory: rows without gaps, the bottom row first.
  *
  * The library keeps no copy. The pixels must stay valid until the frame that uploads them is over.
- * After creation that is when the status is no longer ST_PREPARE. After an update it is the next
- * frame. Until an object has started and its start delay is over, every update uploads its pixels
+ * After creation, that frame is over when the status is no longer ST_PREPARE. After an update, it
+ * is the next frame. Before the start and during the start delay, every update uploads its pixels
  * again, whatever its UpdateMode.
  */
 typedef struct TextureData {
@@ -277,7 +277,7 @@ typedef struct TextureArray {
 	char textures_name[ANIMATION_MAX_TEXTURES][128]; /* paths, each with its final 0 */
 	uint32_t tex_num;        /* entries in use, 0 to ANIMATION_MAX_TEXTURES */
 	uint16_t mask_index;     /* index of a background's fade target, or ANIMATION_NO_TEXTURE; in
-	                            the other types that texture is not shown and is no picture */
+	                            other types that texture is not shown and counts as no picture */
 	uint16_t alpha_index;    /* index of the alpha texture, or ANIMATION_NO_TEXTURE */
 	float constant_color[4]; /* R, G, B, A from 0 to 1 */
 } TextureArray;
@@ -317,8 +317,8 @@ typedef struct Flash_animationpara {
 	InPosition2D in_position2d; /* ANI_TEX_CUT reads texPosition2d too */
 	TextureArray textures;      /* only textures[0] and the alpha texture are shown */
 	uint32_t pre_frame;         /* frames before the first cycle */
-	uint32_t on_frame;          /* frames shown */
-	uint32_t off_frame;         /* frames hidden (status ST_HIDE) */
+	uint32_t on_frame;          /* frames at on_alpha (status ST_SHOW) */
+	uint32_t off_frame;         /* frames at off_alpha (status ST_HIDE) */
 	uint32_t loopcnt;           /* number of restarts; 0: no limit */
 	bool delonloopcnt;          /* true: remove the object after loopcnt cycles */
 	float on_alpha;             /* 0 to 1 */
@@ -433,10 +433,10 @@ typedef struct BufferInfoGST {
  * ANI_VIDEO_GST: a video that the player feeds. The object shows the newest video frame, above all
  * image objects.
  *
- * A video object is drawn only in frames in which an update came. If the list holds only videos,
- * the surface keeps the last image. If it also holds image objects, every frame starts from black,
- * and the video is invisible in all frames without a new video frame. While a background exists, no
- * video is drawn.
+ * A video object is drawn only in frames that bring it an update. If the list holds only videos,
+ * the display keeps the last image in between. If the list also holds image objects, each frame
+ * starts from black, so the video disappears in all frames without a new video frame. While a
+ * background exists, no video is drawn.
  *
  * Create the object, then register its record with SetGSTPlayAnimationId (<player/player.h>). The
  * player then makes the updates. Until the playback has ended, the player reads the whole record at
@@ -589,7 +589,7 @@ typedef struct VideoRAW_animationpara {
  *     if (id == ANIMATION_NO_OBJECT)
  *         return;
  *
- * The record and its position arrays are copied: change or free them right after the call. The
+ * The record and its coordinate arrays are copied. You may change or free them after the call. The
  * pixels of TEX_DATA and the textures of TEX_IDS are not copied. The call writes update of the
  * application's record, and bufinfo of a video record. The render thread reads the image files, in
  * the object's first frame. A file that does not load shows black.
@@ -631,7 +631,8 @@ void UpdateAnimationObj(unsigned int id, void *para);
  *
  *     RemoveAnimationObj(id, DEL_IMMEDIATELY);
  *     while (running && GetAnimationObjStatus(id) != ST_INVALID)
- *         usleep(10000); // now the object's TEX_IDS textures may be deleted
+ *         usleep(10000);
+ *     DeleteTexture(icon); // a texture that the object showed
  *
  * While a background exists, video objects stay on the list. An unknown id gives a rate-limited
  * report.

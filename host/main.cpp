@@ -13,8 +13,8 @@ static void print_usage(FILE *stream)
 	    "Runs a program on a compositor of its own, 2304 by 576 pixels, drawn in software.\n"
 	    "%s"
 	    "  --verbose             print the program's Wayland requests to the standard error\n"
-	    "The exit status is the program's; it is 0 when the host ended it: after N pictures, or\n"
-	    "because the window was closed.\n",
+	    "Only the frames in which the program draws count. The exit status is the program's. It is 0\n"
+	    "if the host ended the program: after N frames, or because the window was closed.\n",
 	    kSinkUsage);
 }
 

@@ -117,7 +117,7 @@ static int handle_signal(int fd, std::uint32_t, void *data)
 	return 0;
 }
 
-/* ---- Pictures ---- */
+/* ---- Surface buffers ---- */
 
 static void take_picture(Session &session, const Picture &picture)
 {

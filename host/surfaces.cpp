@@ -114,7 +114,7 @@ static void surface_commit(wl_client *, wl_resource *resource)
 
 /* ---- Surfaces and regions ---- */
 
-/* Pictures are taken whole and as they are, so these have nothing to say to us. */
+/* Surface buffers are taken whole and as they are, so these requests have no effect. */
 static void ignore_rectangle(
     wl_client *, wl_resource *, std::int32_t, std::int32_t, std::int32_t, std::int32_t)
 {

@@ -15,7 +15,7 @@ struct PreviewWindow {
 	SDL_Renderer *renderer = nullptr;
 	SDL_Texture *texture = nullptr;
 	Uint64 pictures = 0;
-	Uint64 titled_at = 0; /* when the title was last written, and at which picture */
+	Uint64 titled_at = 0; /* when the title was last written, and after how many */
 	Uint64 titled_pictures = 0;
 	bool closed = false;
 };

@@ -15,7 +15,7 @@ static constexpr char kPipeline[] =
     "x264enc speed-preset=ultrafast pass=quant quantizer=20 key-int-max=50 ! mp4mux ! "
     "filesink name=file";
 
-static constexpr guint64 kMostWaiting = 4; /* pictures of 5 MB */
+static constexpr guint64 kMostWaiting = 4; /* surface buffers of 5 MB */
 static constexpr GstClockTime kFrameTime = GST_SECOND / kPicturesPerSecond;
 static constexpr GstClockTime kLongestEnd = 60 * GST_SECOND;
 
@@ -89,7 +89,7 @@ static bool create_pipeline(Recorder &recorder, std::string *error)
 	return true;
 }
 
-/* Pictures of 5 MB would go back to the system and come as fresh pages each time. */
+/* Otherwise surface buffers of 5 MB go back to the system, and come as fresh pages each time. */
 static bool create_pool(Recorder &recorder, int width)
 {
 	GstVideoInfo info;
@@ -113,7 +113,7 @@ RecorderPtr open_recorder(const std::string &path, int width, int height, std::s
 	if (!create_pipeline(*recorder, error))
 		return nullptr;
 	if (!create_pool(*recorder, width)) {
-		*error = "cannot record to " + path + ": no memory for pictures";
+		*error = "cannot record to " + path + ": no memory for frames";
 		return nullptr;
 	}
 	if (gst_element_set_state(recorder->pipeline.get(), GST_STATE_PLAYING) ==
@@ -150,7 +150,7 @@ bool record_picture(Recorder &recorder, const Picture &picture, std::string *err
 	if (gst_buffer_pool_acquire_buffer(recorder.pool.get(), &buffer, nullptr) != GST_FLOW_OK ||
 	    !gst_buffer_map(buffer, &map, GST_MAP_WRITE)) {
 		gst_clear_buffer(&buffer);
-		*error = "cannot record to " + recorder.path + ": no memory for pictures";
+		*error = "cannot record to " + recorder.path + ": no memory for frames";
 		return false;
 	}
 	copy_rows(recorder, picture, map.data);
@@ -166,7 +166,7 @@ bool finish_recording(Recorder &recorder, std::string *error)
 	if (recorder.pictures == 0) {
 		gst_element_set_state(recorder.pipeline.get(), GST_STATE_NULL);
 		remove_unfinished_file(recorder.path);
-		*error = "nothing to record to " + recorder.path + ": no picture came";
+		*error = "nothing to record to " + recorder.path + ": no frame came";
 		return false;
 	}
 	gst_app_src_end_of_stream(recorder.source.get());

@@ -3,10 +3,10 @@
 #include <charconv>
 #include <string_view>
 
-const char kSinkUsage[] = "  --window              show the pictures in a window\n"
-                          "  --record FILE.mp4     record them, one picture one video frame\n"
-                          "  --snapshot N=FILE.png write the N-th picture, counted from 1\n"
-                          "  --frames N            end after N pictures\n";
+const char kSinkUsage[] = "  --window              show the frames in a window\n"
+                          "  --record FILE.mp4     record them, each as one video frame\n"
+                          "  --snapshot N=FILE.png write the N-th frame, counted from 1\n"
+                          "  --frames N            end after N frames\n";
 
 bool parse_count(const std::string &text, std::uint64_t *value)
 {

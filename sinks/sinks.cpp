@@ -46,7 +46,7 @@ static bool fits(Sinks &sinks, const Picture &picture)
 	};
 	if (picture.width == sinks.width && picture.height == sinks.height)
 		return true;
-	sinks.failure = "picture " + std::to_string(sinks.pictures) + " is " +
+	sinks.failure = "frame " + std::to_string(sinks.pictures) + " is " +
 	                size(picture.width, picture.height) + ", not " +
 	                size(sinks.width, sinks.height);
 	return false;

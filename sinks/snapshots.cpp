@@ -75,7 +75,7 @@ bool drop_snapshots(std::vector<PendingSnapshot> *pending, std::string *error)
 	const bool complete = pending->empty();
 	for (const PendingSnapshot &snapshot : *pending) {
 		remove_unfinished_file(snapshot.path);
-		*error += (error->empty() ? "" : "\n") + std::string("no picture ") +
+		*error += (error->empty() ? "" : "\n") + std::string("no frame ") +
 		          std::to_string(snapshot.number) + " came for " + snapshot.path;
 	}
 	pending->clear();

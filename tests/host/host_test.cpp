@@ -155,7 +155,7 @@ TEST_F(HostTest, EndsAfterTheFramesAsked)
 		ASSERT_EQ(image.rgb[i], i % 3 == 0 ? 255 : 0) << "byte " << i;
 
 	EXPECT_EQ(run("--frames 3 --snapshot 9=" + last + " " + kPainter + "3 0"), 1);
-	EXPECT_EQ(errors(), "animation-host: no picture 9 came for " + last + "\n");
+	EXPECT_EQ(errors(), "animation-host: no frame 9 came for " + last + "\n");
 }
 
 TEST_F(HostTest, KillsAProgramThatStays)

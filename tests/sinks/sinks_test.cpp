@@ -87,7 +87,7 @@ TEST_F(SinksTest, TellsOfFailuresOnTheWay)
 	EXPECT_FALSE(show_picture(*sinks, wrong));
 	EXPECT_FALSE(show_picture(*sinks, picture(2))) << "a failure is for good";
 	EXPECT_FALSE(finish_sinks(*sinks, &error));
-	EXPECT_TRUE(error.starts_with("picture 1 is 48x64, not 96x64")) << error;
+	EXPECT_TRUE(error.starts_with("frame 1 is 48x64, not 96x64")) << error;
 	EXPECT_FALSE(std::filesystem::exists(empty)) << "a recording without pictures";
 }
 

@@ -104,11 +104,11 @@ void first_frame_test(AnimationObj &obj, Para &para)
 
 void set_render_defaults(RenderObj &renderobj, ViewPortID vp_id);
 
-/* Replaces the arrays of the strip, with texture coordinates for the first units of them; the
- * caller of this step fills texturecoord0. False without memory: the object then draws nothing. */
+/* Replaces the arrays of the strip, with texture coordinates for that many texture units. The
+ * caller fills texturecoord0. False without memory: the object then draws nothing. */
 bool replace_strip(RenderObj &renderobj, const InPosition2D &in_position2d, int units);
 
-/* Gives the other units of the strip the texture coordinates of unit 0. */
+/* Copies the texture coordinates of texture unit 0 to the strip's other texture units. */
 void copy_texture_coordinates(RenderObj &renderobj);
 
 /* The default filling of texturecoord0: the whole picture. */
@@ -145,7 +145,8 @@ void set_up(
 
 /* ---- Frame -------------------------------------------------------------------------------- */
 
-/* Units are fixed for the family: 0 picture, 1 second picture or mask, 2 alpha texture. */
+/* All image types use texture unit 0 for the picture, 1 for a second picture or a mask, 2 for the
+ * alpha texture. */
 inline void bind_texture(unsigned int unit, GLuint texture)
 {
 	glActiveTexture(GL_TEXTURE0 + unit);

@@ -67,8 +67,8 @@ void upload_mask(GLuint texture, GraduallyDispMode mode, MaskHalf half, const Cy
 	load_texture(texture, kMaskSize, kMaskSize, GL_BGRA_EXT, &tdata);
 }
 
-/* Puts the mask of a moving phase on unit 1. A mask that would stand first in the object's textures
- * is not used: the picture then only ramps. */
+/* Binds the mask of a moving phase to texture unit 1. A mask that is first in the object's textures
+ * is not used: then only the alpha changes. */
 void apply_mask(
     RenderObj &renderobj, GraduallyDispMode mode, MaskHalf half, const CyclePosition &at)
 {

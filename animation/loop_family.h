@@ -1,5 +1,5 @@
 /*
- * What the loop types share beyond the steps of the family: a start delay, then a cycle that is
+ * What the loop types share beyond the steps of all types: a start delay, then a cycle that is
  * gone through for ever or a number of times.
  */
 #pragma once
@@ -18,7 +18,7 @@ bool remove_immediately(AnimationObj &obj, const Para &para)
 	return true;
 }
 
-/* True in a frame of the start delay that began with no set-up: no phase runs in it. */
+/* True in a frame of the start delay without set-up. No phase runs in it. */
 template <LoopPara Para>
 bool is_waiting(const AnimationObj &obj, const Para &para)
 {

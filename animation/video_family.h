@@ -1,4 +1,4 @@
-/* What the two video types share beyond the steps of the family. */
+/* What the two video types share beyond the steps of all types. */
 #pragma once
 
 #include <algorithm>
@@ -35,7 +35,7 @@ uint32_t copy_texcoord(const RenderObj &renderobj, float *target, const Para &pa
 	return count;
 }
 
-/* The strip with the caller's texture coordinates on each of its units. */
+/* The strip, with the caller's texture coordinates for that many texture units. */
 template <class Para>
 void rebuild_video_strip(RenderObj &renderobj, const Para &para, int units)
 {
@@ -46,9 +46,9 @@ void rebuild_video_strip(RenderObj &renderobj, const Para &para, int units)
 }
 
 /*
- * Everything that stands behind the change gate of a video type, which is drawn in the frames of an
- * update only. The first update of an object counts as first_update; the strip is textured on the
- * first units; take_picture(renderobj, para) does the type's own work.
+ * The set-up of a video type, which is drawn only in frames with an update. The first update of an
+ * object counts as first_update. The strip gets texture coordinates for that many texture units.
+ * take_picture(renderobj, para) does the type's own work.
  */
 template <class Para, class TakePicture>
 void set_up_video(

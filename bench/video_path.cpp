@@ -2,9 +2,10 @@
  * What a video frame costs on its way from the decoder to the screen, and what becomes of the
  * frames.
  *
- * An application plays a film of 25 frames a second to one object while the render thread runs. A
- * small and short film comes first: what the library copies must not depend on the picture's size.
- * In place of a unit's import the host converts every picture, which is counted apart.
+ * An application plays a film of 25 video frames a second to one object while the render thread
+ * runs. A small and short film comes first: what the library copies must not depend on the size of
+ * a video frame. The host converts every video frame, where a unit would import it. That time is
+ * counted separately.
  */
 #include <cstdio>
 #include <cstdlib>

@@ -45,8 +45,8 @@ namespace
 constexpr EGLint kNv12 = 0x3231564E; /* 'N', 'V', '1', '2' from the low byte on */
 constexpr unsigned kBytesPerPixel = 4;
 
-/* EGL keeps the error of the thread's last call alone, and takes none from outside. So a refusal
- * makes EGL fail in a way of its own, and holds for as long as EGL still tells of that. */
+/* EGL's error cannot be set from outside. So a refusal provokes EGL_BAD_DISPLAY, and eglGetError
+ * translates that for as long as EGL still has it. */
 constexpr EGLint kRefusalInEgl = EGL_BAD_DISPLAY;
 thread_local EGLint refusal = EGL_SUCCESS;
 

@@ -1,5 +1,6 @@
-/* The draw's memory of the current program, which dies with its context. */
+/* The draw caches the bound program. The cache ends with the program's context. */
 #pragma once
 
-/* Called when a new context's programs are built: their names may equal those of an earlier one. */
+/* Empties the cache. Call it when a new context's programs are built, because they may have the
+ * names of earlier ones. */
 void forget_program_last();

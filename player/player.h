@@ -77,10 +77,10 @@ typedef struct CustomData CustomData;
  * that you do not trust. The longest file name has 182 characters, the longest RTMP URI 115, the
  * longest address 13.
  *
- * Returns 0 if the playback has started. Later errors are only printed, also that a decoder is
- * missing. Returns 1 if a playback exists or has not fully ended; nothing changes. Returns -1 on
- * failure, and nothing is left behind. A failure is reported, unless uri is NULL or its host has
- * more than 19 characters.
+ * Returns 0 if the playback has started. Later errors, such as a missing decoder, are only printed.
+ * Returns 1 if a playback exists or has not fully ended; nothing changes. Returns -1 on failure,
+ * and nothing is left behind. A failure is reported, unless uri is NULL or its host has more than
+ * 19 characters.
  */
 int StartGSTPlay(const char *uri);
 
@@ -118,8 +118,8 @@ void StopGSTPlay(void);
  * playback nothing happens. The call waits for a state change that is in progress. */
 void GSTplayControl(GSTControl order);
 
-/* Returns TRUE once a video frame has come in this playback, and until the next start. The video
- * frame may not have reached an object. */
+/* Returns TRUE from the first video frame of a playback until the next start. The video frame may
+ * not have reached an object. */
 gboolean IsFirstFrameStart(void);
 
 /* Returns TRUE while a pipeline is paused or playing. May wait up to one second for a state
@@ -137,8 +137,8 @@ int GetGSTimeStramp(void);
 int check_server(const char *uri);
 
 /* Sends one ICMP echo request to an address such as 192.168.0.2. Returns 1 if any ICMP packet comes
- * within a second, else 0. Without the right to open raw sockets it returns 0. Reports both
- * results. */
+ * within a second, else 0. Without the right to open raw sockets it returns 0. Either result is
+ * reported. */
 int livetest(const char *ip);
 
 /* Returns the Internet checksum (RFC 1071) of len bytes. */

@@ -725,8 +725,8 @@ void GenVideoRAWAnimationFrame(unsigned int id, void *data);
  *     }
  *
  * The application owns a handle until DeleteTexture. Delete it only after all objects that show it
- * have gone. A call waits for the end of the present frame, and the next frame waits for the call.
- * The calls do not flush GL.
+ * have gone. A call reads its file first. It then waits for the end of the present frame, and the
+ * next frame waits for its GL calls. The calls do not flush GL.
  */
 
 /* Makes a texture from pixels and reads them during the call. width and height are in pixels,

@@ -6,8 +6,6 @@
 namespace
 {
 
-constexpr GLuint kNoHandle = 0xFFFFFFFF;
-
 /* Makes a texture and lets load(name) fill it; the lock keeps GL to one thread at a time. */
 template <class Load>
 GLuint create_handle(Load load, int *result)
@@ -33,7 +31,7 @@ GLuint create_handle_from_file(
 	if (result == 0)
 		return tex;
 	DeleteTexture(tex);
-	return kNoHandle;
+	return ANIMATION_NO_HANDLE;
 }
 
 } // namespace

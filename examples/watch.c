@@ -26,13 +26,11 @@ static void ask_to_end(int signum)
 static void show_colour(void)
 {
 	float strip[] = {0, 576, 1152, 576, 0, 0, 1152, 0};
-	Backgroud_animationpara colour = {0};
+	Backgroud_animationpara colour = ANIMATION_BACKGROUND_INIT;
 	colour.in_position2d.coordnum = 4;
 	colour.in_position2d.position2d = strip;
-	colour.textures.mask_index = ANIMATION_NO_TEXTURE;
-	colour.textures.alpha_index = ANIMATION_NO_TEXTURE;
-	colour.textures.constant_color[2] = 1;
-	colour.textures.constant_color[3] = 1;
+	colour.textures.constant_color[0] = 0; /* blue */
+	colour.textures.constant_color[1] = 0;
 	CreateAnimationObj(ANI_BACKGROUND, &colour);
 }
 

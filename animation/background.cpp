@@ -41,7 +41,7 @@ void cross_fade(AnimationObj &obj, Backgroud_animationpara &para)
 
 void GenBackgroundAnimationFrame(unsigned int id, void *)
 {
-	AnimationObj *obj = FindAnimationObj(id);
+	AnimationObj *obj = find_in_frame(id);
 	if (!obj)
 		return;
 	auto &para = para_of<Backgroud_animationpara>(*obj);

@@ -1,4 +1,5 @@
 #include <animation/animation.h>
+#include <animation/frame_object.h>
 #include <base/lock.h>
 #include <base/report.h>
 
@@ -70,9 +71,10 @@ void UpdateAnimationObj(unsigned int id, void *para)
 
 void GenAnimationFrame(unsigned int id, void *data)
 {
-	AnimationObj *obj = FindAnimationObj(id);
+	AnimationObj *obj = find_in_frame(id);
 	if (!obj)
 		return;
+	const FrameObject in_generator(*obj);
 	switch (obj->animationtype) {
 	case ANI_BACKGROUND:
 		GenBackgroundAnimationFrame(id, data);

@@ -62,7 +62,7 @@ void turn_pages(RenderObj &renderobj, int pictures, CyclePosition at)
 
 void GenFadeInOutLoopAnimationFrame(unsigned int id, void *)
 {
-	AnimationObj *obj = FindAnimationObj(id);
+	AnimationObj *obj = find_in_frame(id);
 	if (!obj)
 		return;
 	auto &para = para_of<FadeInOutLoop_animationpara>(*obj);

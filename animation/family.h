@@ -8,6 +8,7 @@
 #pragma once
 
 #include <animation/animation.h>
+#include <animation/frame_object.h>
 #include <animation/records.h>
 #include <animation/status.h>
 #include <animation/texture_set.h>
@@ -41,7 +42,7 @@ unsigned int create_object(AnimationType type, Para *caller, UpdateMode first_up
 	if (is_refused(caller))
 		return ANIMATION_NO_OBJECT;
 	ListLock lock;
-	HeapBlock<Para> para(allocate<Para>());
+	HeapBlock<Para> para(allocate_unfilled<Para>());
 	if (!para)
 		return ANIMATION_NO_OBJECT;
 	caller->update = first_update;

@@ -58,7 +58,7 @@ void UpdateFlashAnimation(unsigned int id, Flash_animationpara *para)
 
 void GenFlashAnimationFrame(unsigned int id, void *)
 {
-	if (AnimationObj *obj = FindAnimationObj(id))
+	if (AnimationObj *obj = find_in_frame(id))
 		generate_flash(*obj, whole_picture);
 }
 
@@ -80,7 +80,7 @@ void UpdateTexCutAnimation(unsigned int id, TexCut_animationpara *para)
 
 void GenTexCutAnimationFrame(unsigned int id, void *)
 {
-	AnimationObj *obj = FindAnimationObj(id);
+	AnimationObj *obj = find_in_frame(id);
 	if (!obj)
 		return;
 	const float *cut = para_of<TexCut_animationpara>(*obj).in_position2d.texPosition2d;

@@ -109,7 +109,7 @@ void UpdateGraduallyDispLoopAnimation(unsigned int id, GraduallyDispLoop_animati
 
 void GenGraduallyDispLoopAnimationFrame(unsigned int id, void *)
 {
-	AnimationObj *obj = FindAnimationObj(id);
+	AnimationObj *obj = find_in_frame(id);
 	if (!obj)
 		return;
 	auto &para = para_of<GraduallyDispLoop_animationpara>(*obj);

@@ -1,12 +1,16 @@
 #include <animation/animation.h>
+#include <animation/frame_object.h>
 #include <animation/records.h>
 #include <animation/status.h>
 #include <base/lock.h>
 #include <base/report.h>
 
+#include <array>
 #include <cstdlib>
+#include <cstring>
 
 AnimationObj *animationItemHead;
+AnimationObj *frame_object;
 
 AnimationObj *FindAnimationObj(unsigned int id)
 {
@@ -17,19 +21,34 @@ AnimationObj *FindAnimationObj(unsigned int id)
 	return obj;
 }
 
+namespace
+{
+
+/* So many ids are looked at in one walk, since which of them are taken stands on the stack. */
+constexpr unsigned int kIdsAtOnce = 2048;
+
+/* The smallest id from first on that no object has, or first + kIdsAtOnce if it lies behind. */
+unsigned int free_id_from(unsigned int first)
+{
+	std::array<unsigned char, kIdsAtOnce + 1> taken = {};
+	for (const AnimationObj *obj = animationItemHead; obj; obj = obj->next)
+		if (obj->objId - first < kIdsAtOnce)
+			taken[obj->objId - first] = 1;
+	const void *free = std::memchr(taken.data(), 0, taken.size());
+	return first +
+	       static_cast<unsigned int>(static_cast<const unsigned char *>(free) - taken.data());
+}
+
+} // namespace
+
 unsigned int GenAnimationObjId(void)
 {
 	ListLock lock;
-	unsigned int candidate = 0;
-	for (AnimationObj *obj = animationItemHead; obj;) {
-		if (obj->objId == candidate) {
-			candidate++;
-			obj = animationItemHead;
-		} else {
-			obj = obj->next;
-		}
-	}
-	return candidate;
+	unsigned int first = 0;
+	unsigned int id = free_id_from(first);
+	while (id == first + kIdsAtOnce)
+		id = free_id_from(first = id);
+	return id;
 }
 
 bool IsAnimationObjType(unsigned int id, AnimationType type)
@@ -49,19 +68,17 @@ AnimationStatus GetAnimationObjStatus(unsigned int id)
 void InsertAnimationObj(unsigned int id, AnimationObj *obj)
 {
 	ListLock lock;
-	if (FindAnimationObj(id)) {
-		REPORT("ERROR, should delete the item first\n");
-		return;
+	AnimationObj *tail = nullptr;
+	for (AnimationObj *other = animationItemHead; other; other = other->next) {
+		if (other->objId == id) {
+			REPORT("ERROR, should delete the item first\n");
+			return;
+		}
+		tail = other;
 	}
+	obj->prev = tail;
 	obj->next = nullptr;
-	obj->prev = animationItemHead;
-	if (!animationItemHead) {
-		animationItemHead = obj;
-		return;
-	}
-	while (obj->prev->next)
-		obj->prev = obj->prev->next;
-	obj->prev->next = obj;
+	(tail ? tail->next : animationItemHead) = obj;
 }
 
 void RemoveAnimationObj(unsigned int id, DeleteObjMode mode)
@@ -101,6 +118,8 @@ void unlink(AnimationObj &obj)
 	(obj.prev ? obj.prev->next : animationItemHead) = obj.next;
 	if (obj.next)
 		obj.next->prev = obj.prev;
+	if (frame_object == &obj)
+		frame_object = nullptr;
 }
 
 } // namespace
@@ -108,7 +127,7 @@ void unlink(AnimationObj &obj)
 void RemoveAnimationObjReal(unsigned int id)
 {
 	ListLock lock;
-	AnimationObj *obj = FindAnimationObj(id);
+	AnimationObj *obj = find_in_frame(id);
 	if (!obj)
 		return;
 	obj->status = ST_ONDESTROY;

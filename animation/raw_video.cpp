@@ -46,7 +46,7 @@ void take_picture(RenderObj &renderobj, const VideoRAW_animationpara &para)
 
 void GenVideoRAWAnimationFrame(unsigned int id, void *)
 {
-	AnimationObj *obj = FindAnimationObj(id);
+	AnimationObj *obj = find_in_frame(id);
 	if (!obj)
 		return;
 	auto &para = para_of<VideoRAW_animationpara>(*obj);

@@ -92,7 +92,7 @@ void run_phase(RenderObj &renderobj, const SeqLoop_animationpara &para, const Cy
 
 void GenSeqLoopAnimationFrame(unsigned int id, void *)
 {
-	AnimationObj *obj = FindAnimationObj(id);
+	AnimationObj *obj = find_in_frame(id);
 	if (!obj)
 		return;
 	auto &para = para_of<SeqLoop_animationpara>(*obj);

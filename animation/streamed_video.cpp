@@ -111,7 +111,7 @@ void take_picture(RenderObj &renderobj, const VideoGST_animationpara &para)
 
 void GenVideoGSTAnimationFrame(unsigned int id, void *)
 {
-	AnimationObj *obj = FindAnimationObj(id);
+	AnimationObj *obj = find_in_frame(id);
 	if (!obj)
 		return;
 	auto &para = para_of<VideoGST_animationpara>(*obj);

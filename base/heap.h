@@ -23,6 +23,13 @@ T *allocate(std::size_t count = 1)
 	return static_cast<T *>(calloc(count ? count : 1, sizeof(T)));
 }
 
+/* Room for an element that a copy fills at once; NULL without memory. */
+template <class T>
+T *allocate_unfilled()
+{
+	return static_cast<T *>(malloc(sizeof(T)));
+}
+
 /* Replaces a pointer to somebody else's array by a private copy; NULL and false without memory. */
 template <class T>
 bool own_copy(T *&array, std::size_t count)

@@ -71,6 +71,9 @@ void play_gl_calls(const GlTape &tape)
  * the played frame too, which the benchmark finds by comparing the pictures. */
 WRAP(glActiveTexture, (GLenum texture), texture)
 WRAP(glBindTexture, (GLenum target, GLuint texture), target, texture)
+WRAP(glClear, (GLbitfield mask), mask)
+WRAP(glClearColor, (GLfloat red, GLfloat green, GLfloat blue, GLfloat alpha), red, green, blue,
+    alpha)
 WRAP(glViewport, (GLint x, GLint y, GLsizei width, GLsizei height), x, y, width, height)
 WRAP(glUseProgram, (GLuint program), program)
 WRAP(glUniform1i, (GLint location, GLint v0), location, v0)

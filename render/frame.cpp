@@ -1,5 +1,6 @@
 #include <render/render.h>
 
+#include <animation/frame_object.h>
 #include <animation/status.h>
 #include <base/lock.h>
 #include <render/capture.h>
@@ -36,6 +37,7 @@ bool list_has_only_videos()
 /* Generates one object; true if it is to be drawn. */
 bool generate(AnimationObj &obj, struct window *window)
 {
+	const FrameObject in_turn(obj);
 	GenAnimationFrame(obj.objId, window);
 	return obj.renderobj->repaint;
 }
@@ -86,12 +88,12 @@ void remove_finished_objects()
 {
 	ListLock lock;
 	for (AnimationObj *obj = animationItemHead; obj;) {
-		if (!has_status(*obj, ST_ONDESTROY)) {
-			obj = obj->next;
-			continue;
+		AnimationObj *next = obj->next;
+		if (has_status(*obj, ST_ONDESTROY)) {
+			const FrameObject finished(*obj);
+			RemoveAnimationObjReal(obj->objId);
 		}
-		RemoveAnimationObjReal(obj->objId);
-		obj = animationItemHead;
+		obj = next;
 	}
 }
 

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <random>
+
 #include <offscreen_test.h>
 
 namespace
@@ -47,6 +50,154 @@ TEST_F(ObjectListTest, GivesOutTheSmallestFreeId)
 	for (unsigned int id : {0u, 1u, 7u})
 		RemoveAnimationObjReal(id);
 	EXPECT_EQ(ids(), (Ids{3, 2}));
+}
+
+/* Any number of objects, of the type with the smallest record. */
+TEST_F(ObjectListTest, FindsTheFreeIdAmongThousands)
+{
+	auto video = whole_viewport<VideoRAW_animationpara>();
+	video.texcoord = viewport_strip;
+	constexpr unsigned int kMany = 4100;
+	for (unsigned int id = 0; id < kMany; id++)
+		ASSERT_EQ(CreateAnimationObj(ANI_VIDEO_RAW, &video), id);
+	for (unsigned int id : {kMany - 1, 4096u, 4095u, 2049u, 2048u, 2047u}) {
+		RemoveAnimationObjReal(id);
+		EXPECT_EQ(GenAnimationObjId(), id);
+	}
+}
+
+/*
+ * The list beside the plainest model of it: the ids in order. Nodes are also made, linked, freed
+ * and renamed by hand behind the library's back, so that whatever it remembered would betray
+ * itself.
+ */
+struct ListModel {
+	Ids ids;
+	std::minstd_rand random{1};
+
+	bool has(unsigned int id) const
+	{
+		return std::find(ids.begin(), ids.end(), id) != ids.end();
+	}
+	unsigned int free_id() const
+	{
+		unsigned int id = 0;
+		while (has(id))
+			id++;
+		return id;
+	}
+	unsigned int any()
+	{
+		return ids[random() % ids.size()];
+	}
+};
+
+template <class Block>
+Block *zeroed()
+{
+	return static_cast<Block *>(calloc(1, sizeof(Block)));
+}
+
+AnimationObj *make_by_hand(unsigned int id)
+{
+	auto *obj = zeroed<AnimationObj>();
+	obj->objId = id;
+	obj->animationtype = ANI_BACKGROUND;
+	obj->animationpara = zeroed<Backgroud_animationpara>();
+	obj->renderobj = zeroed<RenderObj>();
+	return obj;
+}
+
+void unlink_by_hand(AnimationObj *obj)
+{
+	(obj->prev ? obj->prev->next : animationItemHead) = obj->next;
+	if (obj->next)
+		obj->next->prev = obj->prev;
+}
+
+void free_by_hand(AnimationObj *obj)
+{
+	free(static_cast<InPosition2D *>(obj->animationpara)->position2d);
+	for (void *block : {static_cast<void *>(obj->renderobj->position3d),
+	         static_cast<void *>(obj->renderobj->texturecoord0),
+	         static_cast<void *>(obj->renderobj->texturecoord1),
+	         static_cast<void *>(obj->renderobj->texturecoord2), obj->animationpara,
+	         static_cast<void *>(obj->renderobj), static_cast<void *>(obj)})
+		free(block);
+}
+
+TEST_F(ObjectListTest, EqualsItsModelWhateverHappens)
+{
+	gpuRender_framecnt = 1; /* no reports */
+	ListModel model;
+	const auto create_one = [&] {
+		ASSERT_EQ(create(), model.free_id());
+		model.ids.push_back(model.free_id());
+	};
+	const auto insert_one = [&] {
+		const unsigned int id = model.random() % 40;
+		AnimationObj *obj = make_by_hand(id);
+		InsertAnimationObj(id, obj);
+		if (model.has(id))
+			free_by_hand(obj);
+		else
+			model.ids.push_back(id);
+	};
+	const auto move_to_the_head = [&] {
+		const unsigned int id = model.any();
+		AnimationObj *obj = FindAnimationObj(id);
+		unlink_by_hand(obj);
+		obj->prev = nullptr;
+		obj->next = animationItemHead;
+		if (obj->next)
+			obj->next->prev = obj;
+		animationItemHead = obj;
+		std::erase(model.ids, id);
+		model.ids.insert(model.ids.begin(), id);
+	};
+	const auto rename = [&] {
+		const unsigned int id = model.any();
+		const unsigned int new_id = model.free_id();
+		FindAnimationObj(id)->objId = new_id;
+		std::replace(model.ids.begin(), model.ids.end(), id, new_id);
+	};
+	const auto free_one = [&](bool by_hand) {
+		const unsigned int id = model.any();
+		if (AnimationObj *obj = FindAnimationObj(id); by_hand) {
+			unlink_by_hand(obj);
+			free_by_hand(obj);
+		} else {
+			RemoveAnimationObjReal(id);
+		}
+		std::erase(model.ids, id);
+	};
+	const auto turn = [&] {
+		for (unsigned int i = 0; i < model.ids.size() / 2; i++) {
+			const unsigned int id = model.any();
+			RemoveAnimationObj(id, DEL_IMMEDIATELY);
+			std::erase(model.ids, id);
+		}
+		draw_turn(offscreen());
+		gpuRender_framecnt = 1;
+	};
+
+	for (int step = 0; step < 1000; step++) {
+		const unsigned int choice = model.ids.empty() ? step % 2 : model.random() % 40;
+		if (choice < 16)
+			choice % 2 ? create_one() : insert_one();
+		else if (choice < 24)
+			move_to_the_head();
+		else if (choice < 30)
+			rename();
+		else if (choice < 39)
+			free_one(choice % 2);
+		else
+			turn();
+		ASSERT_EQ(ids(), model.ids);
+		ASSERT_EQ(GenAnimationObjId(), model.free_id());
+		for (unsigned int id = 0; id < 42; id++)
+			ASSERT_EQ(FindAnimationObj(id) != nullptr, model.has(id));
+	}
 }
 
 template <class Para>

@@ -1,4 +1,4 @@
-#include <animation/family.h>
+#include <animation/type_steps.h>
 
 #include <utility>
 
@@ -48,7 +48,7 @@ void GenBackgroundAnimationFrame(unsigned int id, void *)
 	RenderObj &renderobj = *obj->renderobj;
 
 	if (has_status(*obj, ST_PENDINGDESTROY)) {
-		destroy_undrawn(*obj);
+		mark_finished(*obj);
 		give_up_callers_textures(renderobj, para.textures, 0);
 		return;
 	}

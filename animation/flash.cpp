@@ -1,4 +1,4 @@
-#include <animation/loop_family.h>
+#include <animation/loop_steps.h>
 #include <base/report.h>
 
 /* The flash, and the texture cut: a flash with texture coordinates of the caller's. */

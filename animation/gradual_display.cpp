@@ -1,6 +1,6 @@
 #include <animation/block_mask.h>
 #include <animation/gradual_masks.h>
-#include <animation/loop_family.h>
+#include <animation/loop_steps.h>
 #include <base/report.h>
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include <animation/video_family.h>
+#include <animation/video_steps.h>
 
 unsigned int CreateVideoRAWAnimation(VideoRAW_animationpara *para)
 {
@@ -53,7 +53,7 @@ void GenVideoRAWAnimationFrame(unsigned int id, void *)
 	RenderObj &renderobj = *obj->renderobj;
 
 	if (has_status(*obj, ST_PENDINGDESTROY)) {
-		destroy_undrawn(*obj);
+		mark_finished(*obj);
 		return;
 	}
 	set_up_video(*obj, para, UPD_COORDS, 2, take_picture);

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <animation/animation.h>
-#include <animation/loop_family.h>
+#include <animation/loop_steps.h>
 
 /* Factors of Gen3DPosition; the defaults leave the quad where it is. */
 struct Motion {

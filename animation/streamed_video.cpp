@@ -1,4 +1,4 @@
-#include <animation/video_family.h>
+#include <animation/video_steps.h>
 
 unsigned int CreateVideoGSTAnimation(VideoGST_animationpara *para)
 {
@@ -118,7 +118,7 @@ void GenVideoGSTAnimationFrame(unsigned int id, void *)
 	RenderObj &renderobj = *obj->renderobj;
 
 	if (has_status(*obj, ST_PENDINGDESTROY)) {
-		destroy_undrawn(*obj);
+		mark_finished(*obj);
 		return;
 	}
 	set_up_video(*obj, para, UPD_ALL, 1, take_picture);

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include <animation/family.h>
+#include <animation/type_steps.h>
 
 /* The destroy check of the loop types, which let DEL_ON_HIDE wait for a hidden phase. True if the
  * object goes: its frame is over. */
@@ -13,7 +13,7 @@ bool remove_immediately(AnimationObj &obj, const Para &para)
 {
 	if (!has_status(obj, ST_PENDINGDESTROY) || obj.delmode != DEL_IMMEDIATELY)
 		return false;
-	destroy_undrawn(obj);
+	mark_finished(obj);
 	give_up_callers_textures(*obj.renderobj, para.textures, kOwnTextures<Para>);
 	return true;
 }

@@ -15,7 +15,7 @@
 #include <base/heap.h>
 #include <base/lock.h>
 
-/* The records of the types that go round a cycle, with a start delay: loop_family.h. */
+/* The records of the types that go round a cycle, with a start delay: loop_steps.h. */
 template <class Para>
 concept LoopPara = requires(Para para)
 {
@@ -87,13 +87,13 @@ void replace_record(unsigned int id, Para *caller)
 /* ---- Removal ------------------------------------------------------------------------------ */
 
 /* Marks an object for the end of this frame, undrawn. */
-void destroy_undrawn(AnimationObj &obj);
+void mark_finished(AnimationObj &obj);
 
 /* ---- Set-up ------------------------------------------------------------------------------- */
 
 /* An object that has not started needs everything, whatever its update asks for. */
 template <class Para>
-void first_frame_test(AnimationObj &obj, Para &para)
+void start_if_new(AnimationObj &obj, Para &para)
 {
 	if (obj.curframeno != ANIMATION_NOT_STARTED)
 		return;
@@ -132,7 +132,7 @@ void set_up(
 	if (para.update == UPD_MISC)
 		return;
 	RenderObj &renderobj = *obj.renderobj;
-	first_frame_test(obj, para);
+	start_if_new(obj, para);
 	set_render_defaults(renderobj, para.in_position2d.vp_id);
 	if ((para.update & UPD_COORDS) && replace_strip(renderobj, para.in_position2d, 3)) {
 		fill_coordinates(renderobj);

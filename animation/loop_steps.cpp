@@ -1,4 +1,4 @@
-#include <animation/loop_family.h>
+#include <animation/loop_steps.h>
 
 namespace
 {

@@ -1,4 +1,4 @@
-#include <animation/family.h>
+#include <animation/type_steps.h>
 
 #include <algorithm>
 #include <span>
@@ -23,7 +23,7 @@ AnimationObj *new_object(AnimationType type, void *para, RenderMode rendermode)
 	return obj.release();
 }
 
-void destroy_undrawn(AnimationObj &obj)
+void mark_finished(AnimationObj &obj)
 {
 	set_status(obj, ST_ONDESTROY);
 	obj.renderobj->repaint = false;

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include <animation/family.h>
+#include <animation/type_steps.h>
 
 /* Creates a video object. The lock holds until the caller's record is done with: the player may
  * have it registered. */

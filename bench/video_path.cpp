@@ -84,7 +84,7 @@ bool make(const Film &film)
 CompositorPtr open_display()
 {
 	std::string error;
-	CompositorPtr compositor = open_compositor({.keep_requests = false}, &error);
+	CompositorPtr compositor = open_compositor({}, &error);
 	if (!compositor) {
 		fprintf(stderr, "video_path: %s\n", error.c_str());
 		return compositor;

@@ -1,45 +1,33 @@
 #include <host/child.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <csignal>
-#include <cstring>
+#include <cstdlib>
+#include <filesystem>
 
 #include <fcntl.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-/* Between fork and exec only what is safe in a copy of a process with threads. */
-[[noreturn]] static void execute(
-    char *const *argv, char *const *environment, pid_t parent, int report)
+#include <host/guard.h>
+
+namespace fs = std::filesystem;
+
+std::vector<int> open_descriptors()
 {
-	prctl(PR_SET_PDEATHSIG, SIGTERM);
-	if (getppid() != parent) /* gone before that could be asked for */
-		_exit(EXIT_FAILURE);
-	signal(SIGPIPE, SIG_DFL);
-	sigset_t none;
-	sigemptyset(&none);
-	sigprocmask(SIG_SETMASK, &none, nullptr);
-	execvpe(argv[0], argv, environment);
-	const int reason = errno;
-	while (write(report, &reason, sizeof(reason)) < 0 && errno == EINTR)
-		;
-	_exit(EXIT_FAILURE);
+	std::vector<int> descriptors;
+	std::error_code failure;
+	for (fs::directory_iterator it("/proc/self/fd", failure), end; !failure && it != end;
+	     it.increment(failure))
+		descriptors.push_back(atoi(it->path().filename().c_str()));
+	/* Among them is the folder's own, which is closed by now. */
+	std::erase_if(descriptors, [](int fd) { return fcntl(fd, F_GETFD) < 0; });
+	std::sort(descriptors.begin(), descriptors.end());
+	return descriptors;
 }
 
-/* The reason why exec failed, or 0: on success the pipe closes with nothing in it. */
-static int read_report(int fd)
-{
-	int reason = 0;
-	ssize_t length;
-	do
-		length = read(fd, &reason, sizeof(reason));
-	while (length < 0 && errno == EINTR);
-	return length == sizeof(reason) ? reason : 0;
-}
-
-pid_t start_child(
-    char *const *argv, const std::vector<std::string> &environment, std::string *error)
+int start_child(char *const *argv, const std::vector<std::string> &environment,
+    const std::vector<int> &inherited, Child *child)
 {
 	std::vector<char *> entries;
 	for (const std::string &entry : environment)
@@ -47,24 +35,34 @@ pid_t start_child(
 	entries.push_back(nullptr);
 
 	int report[2];
-	pid_t child = -1;
-	int reason = pipe2(report, O_CLOEXEC) == 0 ? 0 : errno;
-	if (reason == 0) {
-		const pid_t parent = getpid();
-		child = fork();
-		if (child == 0)
-			execute(argv, entries.data(), parent, report[1]);
-		reason = child < 0 ? errno : 0;
-		close(report[1]);
-		if (child > 0 && (reason = read_report(report[0])) != 0)
-			waitpid(child, nullptr, 0);
-		close(report[0]);
-	}
-	if (reason == 0)
-		return child;
-	*error = std::string("cannot start ") + argv[0] + ": " + strerror(reason);
-	errno = reason;
-	return -1;
+	if (pipe2(report, O_CLOEXEC) != 0)
+		return errno;
+	const pid_t host = getpid();
+	const pid_t guard = fork();
+	if (guard == 0)
+		guard_program(argv, entries.data(), inherited, host, report[1]);
+	int reason = errno;
+	close(report[1]);
+	*child = {.guard = guard, .report = report[0]};
+	if (guard > 0 && !read_number(report[0], &reason))
+		reason = ECHILD; /* somebody killed it */
+	if (guard < 0 || reason != 0)
+		release_child(child);
+	return reason;
+}
+
+bool hear_of_child(const Child &child, int *wait_status)
+{
+	return read_number(child.report, wait_status);
+}
+
+void release_child(Child *child)
+{
+	if (child->guard > 0)
+		waitpid(child->guard, nullptr, 0);
+	if (child->report >= 0)
+		close(child->report);
+	*child = {};
 }
 
 int exit_status_of(int wait_status)

@@ -31,7 +31,7 @@ struct CompositorOptions {
 	std::function<void(const Picture &)> on_picture;
 	std::function<void(const std::string &)> on_request; /* text as in CompositorRecord */
 
-	bool keep_requests = true; /* fill CompositorRecord::requests, which then grows without end */
+	bool keep_requests = false; /* fill CompositorRecord::requests, which then grows without end */
 
 	/* What a test may withhold, add or slow down. */
 	bool offer_compositor = true;

@@ -1,9 +1,15 @@
 /* animation-host: runs a program made for the unit on a PC. */
 #include <cstdio>
 #include <cstring>
+#include <exception>
+#include <new>
 
+#include <unistd.h>
+
+#include <host/child.h>
 #include <host/session.h>
 
+static constexpr int kExitFailure = 1;
 static constexpr int kExitUsage = 2;
 
 static void print_usage(FILE *stream)
@@ -25,9 +31,18 @@ static int refuse(const std::string &message)
 	return kExitUsage;
 }
 
-int main(int argc, char **argv)
+/* The program's guard ends it when we have gone, so this may leave at once, and from any thread. */
+[[noreturn]] static void leave_without_memory()
 {
-	SessionOptions options = {};
+	constexpr char kLine[] = "animation-host: out of memory\n";
+	if (write(STDERR_FILENO, kLine, sizeof(kLine) - 1) < 0)
+		_exit(kExitFailure);
+	_exit(kExitFailure);
+}
+
+static int run(int argc, char **argv)
+{
+	SessionOptions options = {.descriptors = open_descriptors()};
 	int index = 1;
 	while (index < argc && strcmp(argv[index], "--") != 0) {
 		std::string error;
@@ -52,4 +67,15 @@ int main(int argc, char **argv)
 
 	block_session_signals();
 	return run_session(options);
+}
+
+int main(int argc, char **argv)
+{
+	std::set_new_handler(leave_without_memory);
+	try {
+		return run(argc, argv);
+	} catch (const std::exception &error) {
+		fprintf(stderr, "animation-host: %s\n", error.what());
+		return kExitFailure;
+	}
 }

@@ -4,12 +4,61 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <string_view>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+namespace fs = std::filesystem;
+
 static constexpr int kWaitingClients = 16;
+static constexpr std::string_view kFolderName = "animation-host-";
+static constexpr char kSocketName[] = "wayland-0";
+
+/* ---- Folders of the dead ---- */
+
+/* A lock on the folder, or -1 if there is none to be had: the kernel takes it from an owner that
+ * dies. A link is not followed. */
+static int lock_folder(const fs::path &folder)
+{
+	const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+	if (fd < 0 || flock(fd, LOCK_EX | LOCK_NB) == 0)
+		return fd;
+	close(fd);
+	return -1;
+}
+
+/* Ours, and past the moment in which a folder is made but not locked: the socket comes after. */
+static bool is_whole(int folder)
+{
+	struct stat status;
+	return fstat(folder, &status) == 0 && status.st_uid == geteuid() &&
+	       (status.st_mode & 07777) == S_IRWXU &&
+	       fstatat(folder, kSocketName, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+	       S_ISSOCK(status.st_mode);
+}
+
+static void sweep(const fs::path &place)
+{
+	std::error_code failure; /* what cannot be looked at or removed stays */
+	for (fs::directory_iterator it(place, failure), end; !failure && it != end;
+	     it.increment(failure)) {
+		if (!it->path().filename().string().starts_with(kFolderName))
+			continue;
+		const int lock = lock_folder(it->path());
+		std::error_code ignored;
+		if (lock >= 0 && is_whole(lock))
+			fs::remove_all(it->path(), ignored);
+		if (lock >= 0)
+			close(lock);
+	}
+}
+
+/* ---- The socket ---- */
 
 static int listen_on(const std::string &path)
 {
@@ -33,19 +82,35 @@ static int listen_on(const std::string &path)
 	return fd;
 }
 
+static bool make_folder(const fs::path &place, PrivateSocket *socket)
+{
+	std::string folder = place / (std::string(kFolderName) + "XXXXXX");
+	if (!mkdtemp(folder.data()))
+		return false;
+	socket->folder = folder;
+	socket->lock = lock_folder(folder);
+	return true; /* where folders cannot be locked none is ever swept */
+}
+
 bool open_private_socket(PrivateSocket *socket, std::string *error)
 {
 	std::error_code failure;
-	std::string folder = std::filesystem::temp_directory_path(failure) / "animation-XXXXXX";
-	if (failure || !mkdtemp(folder.data())) {
-		*error = "cannot make a private folder " + folder + ": " + strerror(errno);
+	const fs::path place = fs::temp_directory_path(failure);
+	if (failure) {
+		*error = "cannot make a private folder: " + failure.message();
 		return false;
 	}
-	socket->folder = folder;
-	socket->name = "wayland-0";
-	socket->fd = listen_on(folder + "/" + socket->name);
+	sweep(place);
+	if (!make_folder(place, socket)) {
+		const char *reason = strerror(errno);
+		*error = "cannot make a private folder in " + place.string() + ": " + reason;
+		return false;
+	}
+	socket->name = kSocketName;
+	socket->fd = listen_on(socket->folder + "/" + socket->name);
 	if (socket->fd < 0) {
-		*error = "cannot listen in " + folder + ": " + strerror(errno);
+		const char *reason = strerror(errno);
+		*error = "cannot listen in " + socket->folder + ": " + reason;
 		remove_private_folder(socket);
 		return false;
 	}
@@ -57,6 +122,9 @@ void remove_private_folder(PrivateSocket *socket)
 	if (socket->folder.empty())
 		return;
 	std::error_code ignored; /* a folder that is gone already is as good */
-	std::filesystem::remove_all(socket->folder, ignored);
+	fs::remove_all(socket->folder, ignored);
 	socket->folder.clear();
+	if (socket->lock >= 0)
+		close(socket->lock);
+	socket->lock = -1;
 }

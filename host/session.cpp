@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 
 #include <sys/signalfd.h>
 #include <sys/wait.h>
@@ -14,7 +15,6 @@
 #include <host/child_environment.h>
 #include <host/compositor.h>
 
-static constexpr int kPatience = 3000;     /* milliseconds from SIGTERM to SIGKILL */
 static constexpr int kWindowInterval = 20; /* milliseconds in which a window reacts */
 
 enum {
@@ -37,14 +37,14 @@ struct Session {
 	const SessionOptions &options;
 	SinksPtr sinks;
 	CompositorPtr compositor;
-	SourcePtr kill_timer; /* the sources go before the loop they are in */
-	SourcePtr window_timer;
+	SourcePtr window_timer; /* the sources go before the loop they are in */
 	SourcePtr signals;
+	SourcePtr child_report;
 	std::uint64_t pictures = 0;
-	pid_t child = -1;
-	int wait_status = 0;
-	bool ending = false;   /* the child was told to end */
-	bool finished = false; /* because all is done, which is no failure of it */
+	Child child;
+	int wait_status = SIGKILL; /* unless its guard tells another one */
+	bool ending = false;       /* the program has ended or was told to */
+	bool finished = false;     /* because all is done, which is no failure of it */
 };
 } // namespace
 
@@ -55,30 +55,26 @@ static void complain(const std::string &message)
 
 /* ---- The end ---- */
 
-static int kill_child(void *data)
-{
-	kill(static_cast<Session *>(data)->child, SIGKILL);
-	return 0;
-}
-
 static void end_child(Session &session)
 {
-	if (session.ending)
-		return;
 	session.ending = true;
-	kill(session.child, SIGTERM);
-	wl_event_source_timer_update(session.kill_timer.get(), kPatience);
+	kill(session.child.guard, SIGTERM);
 }
 
 static void finish(Session &session)
 {
+	if (session.ending)
+		return;
 	session.finished = true;
 	end_child(session);
 }
 
-static int reap_child(Session &session)
+/* Pictures may still come from what the program started. */
+static int handle_report(int, std::uint32_t, void *data)
 {
-	if (waitpid(session.child, &session.wait_status, WNOHANG) == session.child)
+	auto &session = *static_cast<Session *>(data);
+	session.ending = true;
+	if (!hear_of_child(session.child, &session.wait_status))
 		stop_compositor(*session.compositor);
 	return 0;
 }
@@ -89,7 +85,7 @@ static sigset_t session_signals()
 {
 	sigset_t signals;
 	sigemptyset(&signals);
-	for (int number : {SIGCHLD, SIGINT, SIGTERM, SIGHUP})
+	for (int number : {SIGINT, SIGTERM, SIGHUP})
 		sigaddset(&signals, number);
 	return signals;
 }
@@ -107,13 +103,11 @@ static int handle_signal(int fd, std::uint32_t, void *data)
 	signalfd_siginfo info;
 	if (read(fd, &info, sizeof(info)) != sizeof(info))
 		return 0;
-	if (info.ssi_signo == SIGCHLD)
-		return reap_child(session);
 	if (info.ssi_signo == SIGTERM || info.ssi_signo == SIGHUP)
 		end_child(session);
 	/* A terminal sends Ctrl-C to the program as well, and the second one would kill it. */
 	else if (info.ssi_code != SI_KERNEL)
-		kill(session.child, static_cast<int>(info.ssi_signo));
+		kill(session.child.guard, SIGINT);
 	return 0;
 }
 
@@ -148,7 +142,6 @@ static bool open_parts(Session &session, std::string *error)
 		return false;
 	CompositorOptions options = {
 	    .on_picture = [&session](const Picture &picture) { take_picture(session, picture); },
-	    .keep_requests = false,
 	};
 	if (session.options.verbose)
 		options.on_request = [](const std::string &text) { fprintf(stderr, "%s\n", text.c_str()); };
@@ -159,13 +152,12 @@ static bool open_parts(Session &session, std::string *error)
 static bool add_sources(Session &session, int signal_fd)
 {
 	wl_event_loop *loop = compositor_loop(*session.compositor);
-	session.kill_timer.reset(wl_event_loop_add_timer(loop, kill_child, &session));
 	session.window_timer.reset(wl_event_loop_add_timer(loop, service_window, &session));
 	session.signals.reset(
 	    wl_event_loop_add_fd(loop, signal_fd, WL_EVENT_READABLE, handle_signal, &session));
 	if (session.options.pictures.sinks.window && session.window_timer)
 		wl_event_source_timer_update(session.window_timer.get(), kWindowInterval);
-	return session.kill_timer && session.window_timer && session.signals;
+	return session.window_timer && session.signals;
 }
 
 static int final_status(const Session &session)
@@ -177,24 +169,42 @@ static int final_status(const Session &session)
 	return exit_status_of(session.wait_status);
 }
 
-static int run_program(Session &session)
+/* 0, or the exit status after telling why not. */
+static int start_program(Session &session)
 {
-	std::string error;
-	session.child = start_child(session.options.program,
+	const char *name = session.options.program[0];
+	const int reason = start_child(session.options.program,
 	    child_environment(
 	        compositor_folder(*session.compositor), compositor_socket(*session.compositor)),
-	    &error);
-	if (session.child < 0) {
-		const int status = errno == ENOENT ? exit_not_found : exit_not_executable;
-		complain(error);
+	    session.options.descriptors, &session.child);
+	if (reason != 0) {
+		complain(std::string("cannot start ") + name + ": " + strerror(reason));
+		return reason == ENOENT ? exit_not_found : exit_not_executable;
+	}
+	session.child_report.reset(wl_event_loop_add_fd(compositor_loop(*session.compositor),
+	    session.child.report, WL_EVENT_READABLE, handle_report, &session));
+	if (session.child_report)
+		return 0;
+	kill(session.child.guard, SIGTERM);
+	complain("cannot watch the program");
+	return exit_failure;
+}
+
+static int run_program(Session &session)
+{
+	if (const int status = start_program(session)) {
+		release_child(&session.child);
 		return status;
 	}
 	run_compositor(*session.compositor);
+	session.child_report.reset();
+	release_child(&session.child);
 	const int status = final_status(session);
-	if (finish_sinks(*session.sinks, &error))
-		return status;
-	complain(error);
-	return status == 0 ? exit_failure : status;
+	std::string report;
+	const bool complete = finish_sinks(*session.sinks, &report);
+	if (!report.empty())
+		complain(report);
+	return complete || status != 0 ? status : exit_failure;
 }
 
 int run_session(const SessionOptions &options)

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <vector>
+
 #include <sinks/sink_arguments.h>
 
 struct SessionOptions {
 	SinkArguments pictures;
 	bool verbose = false;
-	char *const *program; /* and its arguments, ended by null */
+	std::vector<int> descriptors; /* of ours that the program inherits */
+	char *const *program;         /* and its arguments, ended by null */
 };
 
 /* Blocks the signals that a session handles; before any thread is started, since threads inherit

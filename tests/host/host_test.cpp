@@ -39,24 +39,26 @@ struct HostTest : testing::Test {
 	const std::string folder = temp.path;
 	std::string command = HOST_PROGRAM; /* after what it is to find in the environment */
 	FILE *output = nullptr;
-	pid_t host = -1, program = -1; /* known once it has painted */
+	pid_t host = -1;    /* known once it was started */
+	pid_t program = -1; /* known once it has painted */
 
 	void start(const std::string &arguments)
 	{
 		/* The folder takes what a killed host leaves behind; the others stay out. */
 		const std::string line =
-		    "exec env WAYLAND_SOCKET=77 GALLIUM_DRIVER=softpipe TMPDIR=" + folder + " " + command +
-		    " " + arguments + " 2>" + folder + "/errors";
+		    "echo $$; exec env WAYLAND_SOCKET=77 GALLIUM_DRIVER=softpipe TMPDIR=" + folder + " " +
+		    command + " " + arguments + " 2>" + folder + "/errors";
 		output = popen(line.c_str(), "re");
 		ASSERT_TRUE(output);
+		ASSERT_EQ(fscanf(output, "%d ", &host), 1);
 	}
 	/* A signal to host or program is sent only after this: to process -1 it would end them all. */
 	bool has_painted()
 	{
 		char line[100];
 		while (fgets(line, sizeof line, output))
-			if (sscanf(line, "painted, process %d of %d", &program, &host) == 2)
-				return host > 1 && program > 1;
+			if (sscanf(line, "painted, process %d", &program) == 1)
+				return program > 1;
 		return false;
 	}
 	int await_end()
@@ -181,6 +183,69 @@ TEST_F(HostTest, HandsSignalsOn)
 			usleep(10000);
 		EXPECT_FALSE(is_running(program)) << "left behind by signal " << sent;
 	}
+}
+
+/* Two that no signal to the program or its group would reach, one of which stays after SIGTERM. */
+TEST_F(HostTest, TakesWhatTheProgramStartedWithIt)
+{
+	const std::string script =
+	    temp.file("program", std::string("setsid sh -c 'trap \"\" TERM; exec sleep 100' & echo $!\n"
+	                                     "(setsid sleep 101 & echo $!)\n"
+	                                     "[ \"$1\" ] || sleep 102\n"));
+	const std::pair<int, int> cases[] = {
+	    {SIGKILL, 128 + SIGKILL}, {SIGTERM, 128 + SIGTERM}, {0, 0}};
+	for (const auto &[sent, status] : cases) {
+		start("-- sh " + script + (sent ? "" : " end"));
+		pid_t started[2] = {-1, -1};
+		ASSERT_EQ(fscanf(output, "%d %d", &started[0], &started[1]), 2);
+		if (sent)
+			kill(host, sent);
+		EXPECT_EQ(await_end(), status);
+		for (int tries = 0; tries < 500 && (is_running(started[0]) || is_running(started[1]));
+		     tries++)
+			usleep(10000);
+		for (const pid_t process : started)
+			EXPECT_FALSE(is_running(process)) << "left behind by signal " << sent;
+	}
+}
+
+TEST_F(HostTest, SweepsTheFolderOfADeadHostAlone)
+{
+	start("-- sh -c 'echo $XDG_RUNTIME_DIR; exec sleep 100'");
+	char dead[256] = "";
+	ASSERT_EQ(fscanf(output, "%255s", dead), 1);
+	const pid_t owner = host;
+	FILE *killed = output;
+	const auto sees_folder = [&] { return run("-- test -S " + std::string(dead) + "/wayland-0"); };
+	EXPECT_EQ(sees_folder(), 0) << "of a host that lives";
+	kill(owner, SIGKILL);
+	pclose(killed);
+	EXPECT_EQ(sees_folder(), 1);
+}
+
+TEST_F(HostTest, KeepsItsDescriptorsFromTheProgram)
+{
+	const std::string script = "sh " + temp.file("program", std::string("echo /proc/$$/fd/*"));
+	const auto last_numbers = [](FILE *stream) {
+		std::string numbers;
+		char path[100];
+		while (fscanf(stream, "%99s", path) == 1)
+			numbers += strrchr(path, '/');
+		return numbers;
+	};
+	start("--record " + folder + "/a.mp4 -- " + script);
+	const std::string under_host = last_numbers(output);
+	await_end();
+	output = popen(("exec " + script).c_str(), "re");
+	EXPECT_EQ(under_host, last_numbers(output));
+	await_end();
+}
+
+TEST_F(HostTest, EndsTheProgramWhenTheDiskIsFull)
+{
+	EXPECT_EQ(run("--record /dev/full " + kPainter + "100000 1"), 1);
+	EXPECT_TRUE(errors().starts_with("animation-host: cannot record to /dev/full: ")) << errors();
+	EXPECT_NE(errors().find("No space left"), std::string::npos) << errors();
 }
 
 TEST_F(HostTest, LetsATerminalInterruptTheProgramOnce)

@@ -41,7 +41,7 @@ int main(int, char **argv)
 	show(VP_LCD1);
 	while (__atomic_load_n(&gpuRender_framecnt, __ATOMIC_RELAXED) < atoi(argv[1]))
 		usleep(1000);
-	printf("painted, process %d of %d\n", getpid(), getppid());
+	printf("painted, process %d\n", getpid());
 	fflush(stdout);
 
 	const bool stays = end == "stubborn" || end == "interrupt" || end == "abort-late";

@@ -53,7 +53,7 @@ struct ConcurrencyTest : SystemTest {
 
 TEST_F(ConcurrencyTest, ThreadsShareTheListWithTheFrames)
 {
-	start_compositor({.keep_requests = false});
+	start_compositor({});
 	init();
 	show(ANI_FLASH, kRed, 0, 8);
 	std::atomic<bool> stop{false};

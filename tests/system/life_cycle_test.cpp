@@ -23,7 +23,7 @@ struct LifeCycleTest : SystemTest {
 
 TEST_F(LifeCycleTest, OpensAndClosesOneWindow)
 {
-	start_compositor({.offer_output = true, .global_gap = 50ms});
+	start_compositor({.keep_requests = true, .offer_output = true, .global_gap = 50ms});
 	testing::internal::CaptureStdout();
 	init();
 	EXPECT_EQ(testing::internal::GetCapturedStdout(), "animation version:2.851000\n");

@@ -74,7 +74,7 @@ struct VideoTest : SystemTest {
 	void SetUp() override
 	{
 		gst_init(nullptr, nullptr);
-		start_compositor({.keep_requests = false});
+		start_compositor({});
 		init();
 	}
 

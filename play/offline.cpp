@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdio>
 
 #include <sinks/picture.h>
 
@@ -65,5 +66,9 @@ bool play_offline(const Scene &scene, const SinkArguments &arguments, std::strin
 	while (animationItemHead)
 		draw_turn(*window);
 	close_stage(stage);
-	return played && finish_sinks(*sinks, error);
+	if (!played || !finish_sinks(*sinks, error))
+		return false;
+	if (!error->empty()) /* what a closed window kept from coming */
+		std::fprintf(stderr, "animation-play: %s\n", error->c_str());
+	return true;
 }

@@ -1,24 +1,51 @@
 #include <sinks/preview_window.h>
 
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
 #include <cstdio>
+#include <cstring>
+#include <mutex>
 #include <string_view>
+#include <thread>
+#include <vector>
 
 #include <SDL.h>
 
-static constexpr Uint64 kTitleInterval = 500; /* milliseconds */
-static constexpr double kScreenShare = 0.95;  /* leaves room for the window's frame */
+static constexpr Uint64 kTitleInterval = 500;             /* milliseconds */
+static constexpr std::chrono::milliseconds kReaction{20}; /* to what the user does */
+static constexpr double kScreenShare = 0.95;              /* leaves room for the window's frame */
 
-struct PreviewWindow {
-	std::string title;
+namespace
+{
+/* Of the window's thread. */
+struct View {
 	SDL_Window *window = nullptr;
 	SDL_Renderer *renderer = nullptr;
 	SDL_Texture *texture = nullptr;
-	Uint64 pictures = 0;
 	Uint64 titled_at = 0; /* when the title was last written, and after how many */
 	Uint64 titled_pictures = 0;
-	bool closed = false;
 };
+
+enum class State { opening, open, closed, failed };
+} // namespace
+
+struct PreviewWindow {
+	std::string title;
+	int width;
+	int height;
+	std::thread thread;
+
+	std::mutex mutex; /* guards what follows */
+	std::condition_variable changed;
+	State state = State::opening;
+	std::string failure;
+	std::vector<unsigned char> pixels; /* of the newest picture, without gaps */
+	Uint64 pictures = 0;
+	bool ending = false;
+};
+
+/* ---- On the window's thread ---- */
 
 static SDL_Rect size_on_screen(int width, int height)
 {
@@ -36,7 +63,7 @@ static bool is_seen(std::string_view driver)
 	return driver != "offscreen" && driver != "dummy";
 }
 
-static bool create_window(PreviewWindow &preview, int width, int height)
+static bool create_view(const PreviewWindow &preview, View &view)
 {
 	SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1"); /* Ctrl-C is the program's business */
 	SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "linear");
@@ -47,88 +74,168 @@ static bool create_window(PreviewWindow &preview, int width, int height)
 		SDL_SetError("there is no display");
 		return false;
 	}
+	const int width = preview.width, height = preview.height;
 	const SDL_Rect size = size_on_screen(width, height);
-	preview.window = SDL_CreateWindow(preview.title.c_str(), SDL_WINDOWPOS_CENTERED,
+	view.window = SDL_CreateWindow(preview.title.c_str(), SDL_WINDOWPOS_CENTERED,
 	    SDL_WINDOWPOS_CENTERED, size.w, size.h, SDL_WINDOW_RESIZABLE);
-	preview.renderer = preview.window ? SDL_CreateRenderer(preview.window, -1, 0) : nullptr;
-	if (!preview.renderer || SDL_RenderSetLogicalSize(preview.renderer, width, height) != 0)
+	view.renderer = view.window ? SDL_CreateRenderer(view.window, -1, 0) : nullptr;
+	if (!view.renderer || SDL_RenderSetLogicalSize(view.renderer, width, height) != 0)
 		return false;
 	/* B, G, R, X in memory is this number format on every machine we run on. */
-	preview.texture = SDL_CreateTexture(
-	    preview.renderer, SDL_PIXELFORMAT_RGB888, SDL_TEXTUREACCESS_STREAMING, width, height);
-	return preview.texture;
+	view.texture = SDL_CreateTexture(
+	    view.renderer, SDL_PIXELFORMAT_RGB888, SDL_TEXTUREACCESS_STREAMING, width, height);
+	view.titled_at = SDL_GetTicks64();
+	return view.texture;
 }
 
-PreviewWindowPtr open_preview_window(
-    const std::string &title, int width, int height, std::string *error)
+static void destroy_view(View &view)
 {
-	PreviewWindowPtr preview(new PreviewWindow{.title = title, .titled_at = SDL_GetTicks64()});
-	if (!create_window(*preview, width, height)) {
-		*error = std::string("cannot open a window: ") + SDL_GetError();
-		return nullptr;
-	}
-	return preview;
+	if (view.texture)
+		SDL_DestroyTexture(view.texture);
+	if (view.renderer)
+		SDL_DestroyRenderer(view.renderer);
+	if (view.window)
+		SDL_DestroyWindow(view.window);
+	SDL_QuitSubSystem(SDL_INIT_VIDEO);
 }
 
-static void update_title(PreviewWindow &preview)
+static void update_title(View &view, const std::string &title, Uint64 pictures)
 {
 	const Uint64 now = SDL_GetTicks64();
-	if (now - preview.titled_at < kTitleInterval)
+	if (now - view.titled_at < kTitleInterval)
 		return;
-	const double rate = 1000.0 * static_cast<double>(preview.pictures - preview.titled_pictures) /
-	                    static_cast<double>(now - preview.titled_at);
+	const double rate = 1000.0 * static_cast<double>(pictures - view.titled_pictures) /
+	                    static_cast<double>(now - view.titled_at);
 	char counts[64];
 	snprintf(counts, sizeof(counts), " - frame %llu, %.1f/s",
-	    static_cast<unsigned long long>(preview.pictures), rate);
-	SDL_SetWindowTitle(preview.window, (preview.title + counts).c_str());
-	preview.titled_at = now;
-	preview.titled_pictures = preview.pictures;
+	    static_cast<unsigned long long>(pictures), rate);
+	SDL_SetWindowTitle(view.window, (title + counts).c_str());
+	view.titled_at = now;
+	view.titled_pictures = pictures;
 }
 
-static bool redraw(PreviewWindow &preview)
+static bool redraw(View &view)
 {
-	if (SDL_RenderClear(preview.renderer) != 0 ||
-	    SDL_RenderCopy(preview.renderer, preview.texture, nullptr, nullptr) != 0)
+	if (SDL_RenderClear(view.renderer) != 0 ||
+	    SDL_RenderCopy(view.renderer, view.texture, nullptr, nullptr) != 0)
 		return false;
-	SDL_RenderPresent(preview.renderer);
+	SDL_RenderPresent(view.renderer);
 	return true;
 }
 
-bool preview_picture(PreviewWindow &preview, const Picture &picture, std::string *error)
+/* False once the user has closed the window. */
+static bool handle_events(View &view)
 {
-	preview.pictures++;
-	update_title(preview);
-	if (SDL_UpdateTexture(
-	        preview.texture, nullptr, picture.pixels, static_cast<int>(picture.stride)) == 0 &&
-	    redraw(preview))
-		return true;
-	*error = std::string("cannot draw in the window: ") + SDL_GetError();
-	return false;
-}
-
-bool service_preview_window(PreviewWindow &preview)
-{
+	bool open = true;
 	SDL_Event event;
 	while (SDL_PollEvent(&event)) {
 		if (event.type == SDL_QUIT ||
 		    (event.type == SDL_WINDOWEVENT && event.window.event == SDL_WINDOWEVENT_CLOSE))
-			preview.closed = true;
+			open = false;
 		else if (event.type == SDL_WINDOWEVENT &&
 		         (event.window.event == SDL_WINDOWEVENT_EXPOSED ||
 		             event.window.event == SDL_WINDOWEVENT_SIZE_CHANGED))
-			redraw(preview);
+			redraw(view);
 	}
-	return !preview.closed;
+	return open;
+}
+
+static void set_state(PreviewWindow &preview, State state)
+{
+	std::lock_guard lock(preview.mutex);
+	if (state == State::failed)
+		preview.failure = SDL_GetError();
+	preview.state = state;
+	preview.changed.notify_all();
+}
+
+/* Shows the newest picture over and over until the end. */
+static State show_pictures(PreviewWindow &preview, View &view)
+{
+	Uint64 shown = 0;
+	std::unique_lock lock(preview.mutex);
+	while (!preview.ending) {
+		preview.changed.wait_for(lock, kReaction,
+		    [&preview, shown] { return preview.ending || preview.pictures != shown; });
+		const Uint64 newest = preview.pictures;
+		if (newest != shown &&
+		    SDL_UpdateTexture(view.texture, nullptr, preview.pixels.data(), preview.width * 4) != 0)
+			return State::failed;
+		lock.unlock();
+		if (newest != shown && !redraw(view))
+			return State::failed;
+		shown = newest;
+		update_title(view, preview.title, newest);
+		if (!handle_events(view))
+			return State::closed;
+		lock.lock();
+	}
+	return State::closed;
+}
+
+static void run_window(PreviewWindow &preview)
+{
+	View view;
+	if (create_view(preview, view)) {
+		set_state(preview, State::open);
+		set_state(preview, show_pictures(preview, view));
+	} else {
+		set_state(preview, State::failed);
+	}
+	destroy_view(view);
+}
+
+/* ---- On the caller's ---- */
+
+PreviewWindowPtr open_preview_window(
+    const std::string &title, int width, int height, std::string *error)
+{
+	PreviewWindowPtr preview(new PreviewWindow{.title = title, .width = width, .height = height});
+	preview->thread = std::thread([window = preview.get()] { run_window(*window); });
+	std::unique_lock lock(preview->mutex);
+	preview->changed.wait(lock, [&preview] { return preview->state != State::opening; });
+	if (preview->state != State::failed)
+		return preview;
+	*error = "cannot open a window: " + preview->failure;
+	lock.unlock();
+	return nullptr;
+}
+
+static void copy_rows(const Picture &picture, std::vector<unsigned char> *pixels)
+{
+	const std::size_t row = static_cast<std::size_t>(picture.width) * 4;
+	pixels->resize(row * picture.height);
+	for (int y = 0; y < picture.height; y++)
+		memcpy(pixels->data() + y * row, picture.pixels + y * picture.stride, row);
+}
+
+bool preview_picture(PreviewWindow &preview, const Picture &picture, std::string *error)
+{
+	std::lock_guard lock(preview.mutex);
+	if (preview.state == State::failed) {
+		*error = "cannot draw in the window: " + preview.failure;
+		return false;
+	}
+	copy_rows(picture, &preview.pixels);
+	preview.pictures++;
+	preview.changed.notify_all();
+	return true;
+}
+
+bool is_preview_closed(PreviewWindow &preview)
+{
+	std::lock_guard lock(preview.mutex);
+	return preview.state == State::closed;
 }
 
 void PreviewWindowDeleter::operator()(PreviewWindow *preview) const
 {
-	if (preview->texture)
-		SDL_DestroyTexture(preview->texture);
-	if (preview->renderer)
-		SDL_DestroyRenderer(preview->renderer);
-	if (preview->window)
-		SDL_DestroyWindow(preview->window);
-	SDL_QuitSubSystem(SDL_INIT_VIDEO);
+	{
+		std::lock_guard lock(preview->mutex);
+		preview->ending = true;
+		preview->changed.notify_all();
+	}
+	if (preview->thread.joinable())
+		preview->thread.join();
 	delete preview;
 }

@@ -12,14 +12,16 @@ struct PreviewWindowDeleter {
 };
 using PreviewWindowPtr = std::unique_ptr<PreviewWindow, PreviewWindowDeleter>;
 
-/* Returns null with the reason in *error, for instance without a display. Only one may be open.
- * Call all functions on one thread. */
+/* Returns null with the reason in *error, for instance without a display. Only one may be open. It
+ * has a thread of its own: GL contexts are current by thread, so the caller's and the window's do
+ * not meet. */
 PreviewWindowPtr open_preview_window(
     const std::string &title, int width, int height, std::string *error);
 
-/* Shows a surface buffer of the size given at the opening. The title tells their number and rate.
- * Returns false with the reason in *error. */
+/* Copies a surface buffer of the size given at the opening, to be shown unless another one follows
+ * too soon. The title tells their number and rate. Returns false with the reason in *error if one
+ * before could not be shown. */
 bool preview_picture(PreviewWindow &window, const Picture &picture, std::string *error);
 
-/* Handles what the user did to the window. Returns false once the user has closed it. */
-bool service_preview_window(PreviewWindow &window);
+/* Returns true once the user has closed the window. */
+bool is_preview_closed(PreviewWindow &window);

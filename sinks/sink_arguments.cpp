@@ -46,6 +46,10 @@ ArgumentResult take_sink_argument(
 	const std::string value = *index + 1 < argc ? argv[*index + 1] : "";
 	const char *expected = nullptr;
 	if (option == "--record") {
+		if (!arguments->sinks.record.empty()) {
+			*error = "only one --record can be given";
+			return ArgumentResult::wrong;
+		}
 		arguments->sinks.record = value;
 		if (value.empty())
 			expected = "a file name";

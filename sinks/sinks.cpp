@@ -8,7 +8,7 @@ struct Sinks {
 	int width;
 	int height;
 	PreviewWindowPtr window;
-	std::vector<PendingSnapshot> snapshots;
+	std::vector<Snapshot> snapshots; /* not yet taken */
 	RecorderPtr recorder;
 	std::uint64_t pictures = 0;
 	bool closed = false; /* by the user */
@@ -24,8 +24,9 @@ SinksPtr open_sinks(
 		if (!sinks->window)
 			return nullptr;
 	}
-	if (!open_snapshots(options.snapshots, &sinks->snapshots, error))
+	if (!can_write_snapshots(options.snapshots, error))
 		return nullptr;
+	sinks->snapshots = options.snapshots;
 	if (!options.record.empty()) {
 		sinks->recorder = open_recorder(options.record, width, height, error);
 		if (!sinks->recorder)
@@ -56,7 +57,7 @@ static bool record(Sinks &sinks, const Picture &picture)
 {
 	if (!sinks.recorder || record_picture(*sinks.recorder, picture, &sinks.failure))
 		return true;
-	sinks.recorder.reset(); /* there is nothing left to end */
+	sinks.recorder.reset(); /* what it has written stays as it is */
 	return false;
 }
 
@@ -74,24 +75,29 @@ bool show_picture(Sinks &sinks, const Picture &picture)
 
 bool service_sinks(Sinks &sinks)
 {
-	if (sinks.window && !service_preview_window(*sinks.window))
+	if (sinks.window && is_preview_closed(*sinks.window))
 		sinks.closed = true;
 	return is_open(sinks);
 }
 
-bool finish_sinks(Sinks &sinks, std::string *error)
+bool finish_sinks(Sinks &sinks, std::string *report)
 {
-	*error = sinks.failure;
-	auto add = [error](
-	               const std::string &reason) { *error += (error->empty() ? "" : "\n") + reason; };
+	*report = sinks.failure;
+	auto add = [report](const std::string &line) {
+		if (!line.empty())
+			*report += (report->empty() ? "" : "\n") + line;
+	};
+	bool complete = sinks.failure.empty();
 	std::string reason;
 	if (sinks.recorder && !finish_recording(*sinks.recorder, &reason))
-		add(reason);
+		complete = complete && sinks.closed && sinks.pictures == 0;
 	sinks.recorder.reset();
-	reason.clear();
-	if (!drop_snapshots(&sinks.snapshots, &reason))
-		add(reason);
-	return error->empty();
+	add(reason);
+	if (!sinks.snapshots.empty())
+		complete = complete && sinks.closed;
+	add(pictures_missing(sinks.snapshots));
+	sinks.snapshots.clear();
+	return complete;
 }
 
 void SinksDeleter::operator()(Sinks *sinks) const

@@ -1,7 +1,7 @@
 /*
  * Where surface buffers go: a window, a recording, numbered PNG snapshots, or several of these.
  *
- * Call all functions on one thread. With a window it must be the main thread, for SDL.
+ * Call all functions on one thread.
  *
  *     std::string error;
  *     SinksPtr sinks = open_sinks(options, kSurfaceWidth, kSurfaceHeight, "title", &error);
@@ -45,10 +45,11 @@ SinksPtr open_sinks(const SinkOptions &options, int width, int height, const std
  * behind. Returns false from the moment on when the user closed the window or a sink failed. */
 bool show_picture(Sinks &sinks, const Picture &picture);
 
-/* Lets the window react while nothing is drawn. Returns false as show_picture does. */
+/* To be called while nothing is drawn. Returns false as show_picture does. */
 bool service_sinks(Sinks &sinks);
 
 /* Ends the files. No surface buffer may follow. Returns false if a sink failed or a snapshot's
- * number never came, with all reasons in *error. A window that the user closed is no failure. Sinks
- * that are destroyed before they were finished also end their files, but report nothing. */
-bool finish_sinks(Sinks &sinks, std::string *error);
+ * number never came. *report then holds all reasons, a line each. If the user closed the window,
+ * what therefore never came is no failure, and *report names it on success too. Sinks that are
+ * destroyed before they were finished also end their files, but report nothing. */
+bool finish_sinks(Sinks &sinks, std::string *report);

@@ -1,28 +1,96 @@
 #include <sinks/snapshots.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <memory>
 
+#include <fcntl.h>
 #include <png.h>
+#include <unistd.h>
 
-#include <sinks/sinks.h>
-#include <sinks/unfinished_file.h>
+namespace fs = std::filesystem;
 
-bool open_snapshots(
-    const std::vector<Snapshot> &wanted, std::vector<PendingSnapshot> *pending, std::string *error)
+namespace
+{
+struct FileCloser {
+	void operator()(FILE *file) const
+	{
+		fclose(file);
+	}
+};
+using FilePtr = std::unique_ptr<FILE, FileCloser>;
+
+/* Where a picture is written to, and the name it gets afterwards. */
+struct Target {
+	fs::path written;
+	fs::path name; /* empty: it is written in place */
+};
+} // namespace
+
+/* ---- Files that are whole or not there ---- */
+
+/* A file behind a link is replaced, not the link. A device has no whole and takes what comes. */
+static Target target_of(const std::string &path)
+{
+	std::error_code ignored;
+	const fs::file_status status = fs::status(path, ignored);
+	if (fs::is_other(status))
+		return {path, {}};
+	fs::path name = fs::exists(status) ? fs::canonical(path, ignored) : fs::path();
+	if (name.empty())
+		name = path;
+	return {name.string() + ".part", name};
+}
+
+static FilePtr open_target(const Target &target)
+{
+	std::error_code ignored;
+	if (fs::is_directory(target.name, ignored)) {
+		errno = EISDIR;
+		return nullptr;
+	}
+	const int fd = open(target.written.c_str(),
+	    O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | (target.name.empty() ? 0 : O_NOFOLLOW), 0666);
+	return FilePtr(fd < 0 ? nullptr : fdopen(fd, "w"));
+}
+
+static void drop(const Target &target)
+{
+	if (!target.name.empty())
+		unlink(target.written.c_str());
+}
+
+static std::string refusal(const std::string &path, const char *reason)
+{
+	return "cannot write " + path + ": " + reason;
+}
+
+/* Opening a device, or closing it, may have an effect. */
+static bool can_write(const Target &target)
+{
+	if (target.name.empty())
+		return access(target.written.c_str(), W_OK) == 0;
+	const FilePtr file = open_target(target);
+	if (file)
+		drop(target);
+	return file != nullptr;
+}
+
+bool can_write_snapshots(const std::vector<Snapshot> &wanted, std::string *error)
 {
 	for (const Snapshot &snapshot : wanted) {
-		FilePtr file(fopen(snapshot.path.c_str(), "wbe"));
-		if (!file) {
-			*error = "cannot write " + snapshot.path + ": " + strerror(errno);
-			std::string unreached; /* the reason is another one here */
-			drop_snapshots(pending, &unreached);
-			return false;
-		}
-		pending->push_back({snapshot.number, snapshot.path, std::move(file)});
+		if (can_write(target_of(snapshot.path)))
+			continue;
+		const char *reason = strerror(errno);
+		*error = refusal(snapshot.path, reason);
+		return false;
 	}
 	return true;
 }
+
+/* ---- Pictures ---- */
 
 /* The fourth byte is no alpha: the surface is opaque whatever it holds. */
 static std::vector<unsigned char> without_padding(const Picture &picture)
@@ -37,7 +105,8 @@ static std::vector<unsigned char> without_padding(const Picture &picture)
 	return packed;
 }
 
-static bool write_png(const PendingSnapshot &snapshot, const Picture &picture, std::string *error)
+/* Empty, or the reason why not. */
+static std::string write_png(FILE *file, const Picture &picture)
 {
 	png_image image = {};
 	image.version = PNG_IMAGE_VERSION;
@@ -46,38 +115,52 @@ static bool write_png(const PendingSnapshot &snapshot, const Picture &picture, s
 	image.format = PNG_FORMAT_BGR;
 	image.flags = PNG_IMAGE_FLAG_FAST; /* the program waits */
 	const auto packed = without_padding(picture);
-	if (!png_image_write_to_stdio(&image, snapshot.file.get(), 0, packed.data(), 0, nullptr)) {
-		*error = "cannot write " + snapshot.path + ": " + image.message;
-		return false;
-	}
-	if (fflush(snapshot.file.get()) != 0) {
-		*error = "cannot write " + snapshot.path + ": " + strerror(errno);
-		return false;
-	}
-	return true;
+	if (!png_image_write_to_stdio(&image, file, 0, packed.data(), 0, nullptr))
+		return image.message;
+	return fflush(file) == 0 ? "" : strerror(errno);
 }
 
-bool take_snapshots(std::vector<PendingSnapshot> *pending, std::uint64_t number,
-    const Picture &picture, std::string *error)
+/* Empty, or the reason why not. */
+static std::string write_snapshot(const std::string &path, const Picture &picture)
+{
+	const Target target = target_of(path);
+	FilePtr file = open_target(target);
+	if (!file)
+		return strerror(errno);
+	std::string reason = write_png(file.get(), picture);
+	file.reset();
+	if (reason.empty() && !target.name.empty() &&
+	    rename(target.written.c_str(), target.name.c_str()) != 0)
+		reason = strerror(errno);
+	if (!reason.empty())
+		drop(target);
+	return reason;
+}
+
+bool take_snapshots(std::vector<Snapshot> *pending, std::uint64_t number, const Picture &picture,
+    std::string *error)
 {
 	bool written = true;
-	std::erase_if(*pending, [&](const PendingSnapshot &snapshot) {
+	std::erase_if(*pending, [&](const Snapshot &snapshot) {
 		if (snapshot.number != number)
 			return false;
-		written = write_png(snapshot, picture, error) && written;
+		const std::string reason = write_snapshot(snapshot.path, picture);
+		if (!reason.empty())
+			*error = refusal(snapshot.path, reason.c_str());
+		written = written && reason.empty();
 		return true;
 	});
 	return written;
 }
 
-bool drop_snapshots(std::vector<PendingSnapshot> *pending, std::string *error)
+std::string pictures_missing(const std::vector<Snapshot> &pending)
 {
-	const bool complete = pending->empty();
-	for (const PendingSnapshot &snapshot : *pending) {
-		remove_unfinished_file(snapshot.path);
-		*error += (error->empty() ? "" : "\n") + std::string("no frame ") +
-		          std::to_string(snapshot.number) + " came for " + snapshot.path;
+	std::string numbers, paths;
+	for (const Snapshot &snapshot : pending) {
+		numbers += (numbers.empty() ? "" : ", ") + std::to_string(snapshot.number);
+		paths += (paths.empty() ? "" : ", ") + snapshot.path;
 	}
-	pending->clear();
-	return complete;
+	if (pending.empty())
+		return "";
+	return (pending.size() == 1 ? "no frame " : "no frames ") + numbers + " came for " + paths;
 }

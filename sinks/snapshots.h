@@ -2,40 +2,22 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include <sinks/picture.h>
+#include <sinks/sinks.h>
 
-struct Snapshot;
+/* Tries whether files of these names can be made, and leaves nothing of the trial. Returns false with
+ * the reason in *error. */
+bool can_write_snapshots(const std::vector<Snapshot> &wanted, std::string *error);
 
-struct FileCloser {
-	void operator()(FILE *file) const
-	{
-		fclose(file);
-	}
-};
-using FilePtr = std::unique_ptr<FILE, FileCloser>;
+/* Writes the surface buffer to each file that waits for its number, and takes these off the list. A
+ * file has its name only once it is whole. Returns false with the reason in *error if one cannot be
+ * written. */
+bool take_snapshots(std::vector<Snapshot> *pending, std::uint64_t number, const Picture &picture,
+    std::string *error);
 
-/* A snapshot that is not taken yet. Its file exists from the start, so that a bad name is noticed
- * before anything is drawn. */
-struct PendingSnapshot {
-	std::uint64_t number;
-	std::string path;
-	FilePtr file;
-};
-
-/* Creates the files. On failure it removes them and returns false with the reason in *error. */
-bool open_snapshots(
-    const std::vector<Snapshot> &wanted, std::vector<PendingSnapshot> *pending, std::string *error);
-
-/* Writes the surface buffer to each file that waits for its number, and takes these off the list.
- * Returns false with the reason in *error if one cannot be written. */
-bool take_snapshots(std::vector<PendingSnapshot> *pending, std::uint64_t number,
-    const Picture &picture, std::string *error);
-
-/* Removes the files that are still pending. If there are any, returns false and names them in
- * *error. */
-bool drop_snapshots(std::vector<PendingSnapshot> *pending, std::string *error);
+/* Names in one line the frames that never came and the files they were for. Empty if there are
+ * none. */
+std::string pictures_missing(const std::vector<Snapshot> &pending);

@@ -118,6 +118,16 @@ start_values() { # COMPILER STANDARD
 		./start_values
 }
 
+# Nothing installed looks for libraries in a folder of the build.
+no_run_paths() {
+	find "$stage" -type f \( -name 'lib*.so*' -o -perm -u+x \) >installed
+	grep -q animation-play installed || return
+	while read -r file; do
+		readelf -dW "$file" | grep -E 'R(UN)?PATH' && echo "in $file" && return 1
+	done <installed
+	return 0
+}
+
 readme_quotes_example() {
 	# shellcheck disable=SC2016 # a fence, no command
 	sed -n '/^```c$/,/^```$/p' "$source/README.md" | sed '1d;$d' | diff - "$source/examples/minimal.c"
@@ -139,4 +149,5 @@ check 'a C++ program' program 'c++ -std=c++20' \
 	gauge.cpp 5 '576 288 0 0 0' '1330 288 20 100 40'
 check "the README's program is examples/minimal.c" readme_quotes_example
 check 'exported symbols' exports_are_the_headers
+check 'no run paths' no_run_paths
 echo "1..$number"

@@ -42,7 +42,8 @@ static int refuse(const std::string &message)
 
 static int run(int argc, char **argv)
 {
-	SessionOptions options = {.descriptors = open_descriptors()};
+	SessionOptions options = {};
+	options.descriptors = open_descriptors();
 	int index = 1;
 	while (index < argc && strcmp(argv[index], "--") != 0) {
 		std::string error;

@@ -10,8 +10,8 @@ struct Recorder;
 struct RecorderDeleter {
 	void operator()(Recorder *) const;
 };
-/* A recorder that is destroyed before it was finished, or with its process, leaves a file that plays
- * up to the last half second written. */
+/* A recorder that is destroyed before it was finished, or with its process, leaves a file that
+ * plays up to the last half second written. */
 using RecorderPtr = std::unique_ptr<Recorder, RecorderDeleter>;
 
 /* Creates the file and starts the encoder's threads. Returns null with the reason in *error. */

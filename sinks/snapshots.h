@@ -8,8 +8,8 @@
 #include <sinks/picture.h>
 #include <sinks/sinks.h>
 
-/* Tries whether files of these names can be made, and leaves nothing of the trial. Returns false with
- * the reason in *error. */
+/* Tries whether files of these names can be made, and leaves nothing of the trial. Returns false
+ * with the reason in *error. */
 bool can_write_snapshots(const std::vector<Snapshot> &wanted, std::string *error);
 
 /* Writes the surface buffer to each file that waits for its number, and takes these off the list. A

@@ -33,80 +33,84 @@ std::size_t bytes_a_pixel(std::uint32_t type)
 
 /* ---- Pictures -------------------------------------------------------------------------------- */
 
-void read_files(Record &record, const std::vector<Value> &files)
+TextureSet read_files(const std::vector<Value> &files)
 {
-	TextureArray &textures = textures_of(record);
-	for (std::size_t i = 0; i < files.size(); ++i) {
-		const std::string path = read_picture_path(files[i]);
+	TextureSet set;
+	for (const Value &file : files) {
+		const std::string path = read_picture_path(file);
 		const bool is_png = picture_format(path) == PictureFormat::png;
 		const TextureDataMode mode = is_png ? TEX_PNG : TEX_BMP;
-		if (i > 0 && mode != textures.mode)
-			complain(
-			    files[i], "expected the format of the pictures before it, found \"" + path + "\"");
-		textures.mode = mode;
-		path.copy(textures.textures_name[i], path.size());
+		if (!set.files.empty() && mode != set.mode)
+			complain(file, "expected the format of the pictures before it, found \"" + path + "\"");
+		set.mode = mode;
+		set.files.push_back(path);
 	}
+	return set;
 }
 
-/* The entries of the one member that says where the textures come from. */
-std::vector<Value> read_sources(Scene &scene, Record &record, const Value &value)
+TextureSet read_data(Scene &scene, const std::vector<Value> &pictures)
 {
-	TextureArray &textures = textures_of(record);
+	TextureSet set = {.mode = TEX_DATA};
+	for (const Value &picture : pictures)
+		set.data.push_back(read_texture_data(scene, picture));
+	return set;
+}
+
+TextureSet read_ids(const Scene &scene, const std::vector<Value> &names)
+{
+	TextureSet set = {.mode = TEX_IDS};
+	for (const Value &name : names)
+		set.handles.push_back(index_of(scene.handles, name, "a handle"));
+	return set;
+}
+
+/* The entries of the one member that says where the textures come from; *name tells which. */
+std::vector<Value> read_sources(const Value &value, std::size_t limit, std::string_view *name)
+{
 	std::vector<Value> sources;
-	const auto listed = [&](std::string_view name) {
-		const std::optional<Value> found = find_member(value, name);
+	for (const std::string_view candidate : {"files", "data", "ids"}) {
+		const std::optional<Value> found = find_member(value, candidate);
 		if (!found)
-			return false;
+			continue;
 		if (!sources.empty())
 			complain(*found, "expected only one of files, data, ids");
 		sources = elements(*found);
-		if (sources.empty() || sources.size() > record.kind->texture_limit)
-			complain(
-			    *found, "expected 1 to " + std::to_string(record.kind->texture_limit) + " entries");
-		return true;
-	};
-	if (listed("files"))
-		read_files(record, sources);
-	if (listed("data")) {
-		textures.mode = TEX_DATA;
-		for (std::size_t i = 0; i < sources.size(); ++i)
-			textures.texdata[i] = read_texture_data(scene, sources[i]);
-	}
-	if (listed("ids")) {
-		textures.mode = TEX_IDS;
-		for (const Value &name : sources)
-			record.handles.push_back(index_of(scene.handles, name, "a handle"));
+		if (sources.empty() || sources.size() > limit)
+			complain(*found, "expected 1 to " + std::to_string(limit) + " entries");
+		*name = candidate;
 	}
 	return sources;
 }
 
-/* A texture set is replaced as a whole. */
-void read_textures(Scene &scene, Record &record, const Value &value)
+TextureSet read_textures(Scene &scene, const RecordKind &kind, const Value &value)
 {
 	constexpr std::string_view kMembers[] = {
 	    "files", "data", "ids", "mask_index", "alpha_index", "constant_color"};
 	require_members(value, kMembers);
-	TextureArray &textures = textures_of(record);
-	textures = {};
-	record.handles.clear();
-	textures.tex_num = static_cast<std::uint32_t>(read_sources(scene, record, value).size());
+	std::string_view name;
+	const std::vector<Value> sources = read_sources(value, kind.texture_limit, &name);
+	TextureSet set = name == "data"  ? read_data(scene, sources)
+	                 : name == "ids" ? read_ids(scene, sources)
+	                                 : read_files(sources);
 
-	const auto read_index = [&](std::string_view name) -> std::uint16_t {
-		const std::optional<Value> index = find_member(value, name);
+	const auto read_index = [&](std::string_view member) -> std::uint16_t {
+		const std::optional<Value> index = find_member(value, member);
 		if (!index)
 			return ANIMATION_NO_TEXTURE;
-		if (textures.tex_num == 0)
+		if (sources.empty())
 			complain(*index, "expected files, data or ids beside it");
-		return static_cast<std::uint16_t>(read_count(*index, 0, textures.tex_num - 1));
+		const auto highest = static_cast<std::uint32_t>(sources.size() - 1);
+		return static_cast<std::uint16_t>(read_count(*index, 0, highest));
 	};
-	textures.mask_index = read_index("mask_index");
-	textures.alpha_index = read_index("alpha_index");
+	set.mask_index = read_index("mask_index");
+	set.alpha_index = read_index("alpha_index");
 
 	const std::optional<Value> colour = find_member(value, "constant_color");
 	if (colour)
-		std::ranges::copy(read_numbers(*colour, 4), textures.constant_color);
-	else if (textures.tex_num == 0)
+		std::ranges::copy(read_numbers(*colour, 4), set.constant_color.begin());
+	else if (sources.empty())
 		complain(value, "expected files, data, ids or constant_color");
+	return set;
 }
 
 /* ---- Strips ---------------------------------------------------------------------------------- */
@@ -154,7 +158,15 @@ std::string_view coordinates_name(const RecordKind &kind)
 	return kind.coordinates == Coordinates::video ? "texcoord" : "texPosition2d";
 }
 
-bool read_positions(Record &record, const Value &value)
+using Numbers = std::shared_ptr<const std::vector<float>>;
+
+Numbers shared(std::vector<float> numbers)
+{
+	return std::make_shared<const std::vector<float>>(std::move(numbers));
+}
+
+/* NULL if the value says nothing of them. */
+Numbers read_positions(const Value &value)
 {
 	constexpr std::size_t kMostPoints = 4096;
 	const std::optional<Value> rectangle = find_member(value, "rectangle");
@@ -162,26 +174,24 @@ bool read_positions(Record &record, const Value &value)
 	if (rectangle && strip)
 		complain(*strip, "expected only one of rectangle and strip");
 	if (rectangle)
-		record.positions = read_rectangle(*rectangle);
-	if (strip)
-		record.positions = read_pairs(*strip, 4, kMostPoints);
-	return rectangle || strip;
+		return shared(read_rectangle(*rectangle));
+	return strip ? shared(read_pairs(*strip, 4, kMostPoints)) : nullptr;
 }
 
-bool read_coordinates(Record &record, const Value &value)
+/* The same. A strip that gets other points needs other coordinates. */
+Numbers read_coordinates(
+    const RecordKind &kind, const Description &before, std::size_t points, const Value &value)
 {
-	if (record.kind->coordinates == Coordinates::none)
-		return false;
-	const std::string_view name = coordinates_name(*record.kind);
-	const std::size_t points = record.positions.size() / 2;
-	const std::optional<Value> found = find_member(value, name);
-	if (found)
-		record.coordinates = read_pairs(*found, points, points);
-	else if (record.kind->coordinates == Coordinates::video && record.coordinates.empty())
-		record.coordinates = upright_video(points);
-	else if (record.coordinates.size() != record.positions.size())
+	if (kind.coordinates == Coordinates::none)
+		return nullptr;
+	const std::string_view name = coordinates_name(kind);
+	if (const std::optional<Value> found = find_member(value, name))
+		return shared(read_pairs(*found, points, points));
+	if (kind.coordinates == Coordinates::video && !before.coordinates)
+		return shared(upright_video(points));
+	if (!before.coordinates || before.coordinates->size() != points * 2)
 		complain(value, "expected " + std::string(name) + ", a pair for each point of the strip");
-	return found.has_value();
+	return nullptr;
 }
 
 } // namespace
@@ -234,25 +244,23 @@ std::vector<std::string_view> record_members(const RecordKind &kind)
 	return names;
 }
 
-UpdateMode read_record(Scene &scene, Record &record, const Value &value)
+Description read_description(
+    Scene &scene, const RecordKind &kind, const Description &before, const Value &value)
 {
-	unsigned int mode = UPD_MISC;
-	const std::optional<Value> viewport = find_member(value, "viewport");
-	if (viewport)
-		strip_of(record).vp_id = static_cast<ViewPortID>(read_word(*viewport, kViewports));
-	const bool moved = read_positions(record, value);
-	if (record.positions.empty())
+	Description description;
+	if (const auto viewport = find_member(value, "viewport"))
+		description.viewport = static_cast<ViewPortID>(read_word(*viewport, kViewports));
+	description.positions = read_positions(value);
+	const Numbers &positions = description.positions ? description.positions : before.positions;
+	if (!positions)
 		complain(value, "expected a rectangle or a strip");
-	const bool cut_anew = read_coordinates(record, value);
-	if (viewport || moved || cut_anew)
-		mode |= UPD_COORDS;
-	if (const auto textures = find_member(value, "textures")) {
-		read_textures(scene, record, *textures);
-		mode |= UPD_TEXS;
-	}
-	for (const Field &field : record.kind->fields) {
+	description.coordinates = read_coordinates(kind, before, positions->size() / 2, value);
+	if (const auto textures = find_member(value, "textures"))
+		description.textures =
+		    std::make_shared<const TextureSet>(read_textures(scene, kind, *textures));
+	for (const Field &field : kind.fields) {
 		if (const auto found = find_member(value, field.name))
-			read_field(record, field, *found);
+			description.settings.push_back({&field, field.read(*found)});
 	}
-	return static_cast<UpdateMode>(mode);
+	return description;
 }

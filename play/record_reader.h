@@ -1,4 +1,5 @@
-/* From the members of a scene file to a parameter record. All functions throw SceneError. */
+/* From the members of a scene file to the description of a record. All functions throw SceneError.
+ */
 #pragma once
 
 #include <algorithm>
@@ -24,9 +25,10 @@ std::size_t index_of(const std::vector<Named> &all, const Value &value, const ch
 /* The members that a record of the kind may have, in an object and in the "set" of an update. */
 std::vector<std::string_view> record_members(const RecordKind &kind);
 
-/* Reads what the value says of the record and leaves the rest. Tells what a frame has to rebuild
- * for it. Pixels go to the scene, which the record then points into. */
-UpdateMode read_record(Scene &scene, Record &record, const Value &value);
+/* Reads what the value says of a record of the kind of which this was said before. Pixels go to the
+ * scene, which the description then points into. */
+Description read_description(
+    Scene &scene, const RecordKind &kind, const Description &before, const Value &value);
 
 /* The path of a picture that the library can show. */
 std::string read_picture_path(const Value &value);

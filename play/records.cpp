@@ -1,84 +1,142 @@
 #include <play/records.h>
 
 #include <algorithm>
-#include <cstddef>
-#include <cstring>
+#include <type_traits>
 
 namespace
 {
 
-using enum FieldKind;
+template <class Enumeration>
+constexpr auto kWords = nullptr;
+
+template <>
+constexpr auto kWords<GraduallyDispMode> = std::to_array<Word>({
+    {"GRAD_NONE", GRAD_NONE},
+    {"GRAD_LEFT2RIGHT", GRAD_LEFT2RIGHT},
+    {"GRAD_RIGHT2LEFT", GRAD_RIGHT2LEFT},
+    {"GRAD_TOP2BOTTOM", GRAD_TOP2BOTTOM},
+    {"GRAD_BOTTOM2TOP", GRAD_BOTTOM2TOP},
+    {"GRAD_CENTER2EDGE", GRAD_CENTER2EDGE},
+    {"GRAD_EDGE2CENTER", GRAD_EDGE2CENTER},
+    {"GRAD_2SIDES2MIDDLE", GRAD_2SIDES2MIDDLE},
+    {"GRAD_MIDDLE22SIDES", GRAD_MIDDLE22SIDES},
+    {"GRAD_CENTER2SURROUND", GRAD_CENTER2SURROUND},
+    {"GRAD_SURROUND2CENTER", GRAD_SURROUND2CENTER},
+    {"GRAD_BLOCKS", GRAD_BLOCKS},
+});
+
+template <>
+constexpr auto kWords<SEQUENCE_TYPE> = std::to_array<Word>({
+    {"SEQ_NONE", SEQ_NONE},
+    {"SEQ_WAVE", SEQ_WAVE},
+    {"SEQ_FLOATINOUT", SEQ_FLOATINOUT},
+    {"SEQ_WHIP", SEQ_WHIP},
+    {"SEQ_SCALEROTATE", SEQ_SCALEROTATE},
+});
+
+template <class T>
+T read_as(const Value &value)
+{
+	if constexpr (std::is_same_v<T, std::uint32_t>)
+		return read_count(value);
+	else if constexpr (std::is_same_v<T, float>)
+		return read_number(value);
+	else if constexpr (std::is_same_v<T, bool>)
+		return read_flag(value);
+	else
+		return static_cast<T>(read_word(value, kWords<T>));
+}
+
+template <class Para, class T>
+T type_of(T Para::*);
+template <class Para, class T>
+Para owner_of(T Para::*);
+
+/* All there is to say of a field follows from its member. */
+template <auto kMember>
+constexpr Field field(std::string_view name, decltype(type_of(kMember)) initial = {})
+{
+	using T = decltype(type_of(kMember));
+	using Owner = decltype(owner_of(kMember));
+	return {
+	    name,
+	    [](const Value &value) { return FieldValue(read_as<T>(value)); },
+	    [](Para &para, const FieldValue &value) {
+		    std::get<Owner>(para).*kMember = std::get<T>(value);
+	    },
+	    initial,
+	};
+}
 
 constexpr Field kBackgroundFields[] = {
-    {"in_frame", count, offsetof(Backgroud_animationpara, in_frame)},
+    field<&Backgroud_animationpara::in_frame>("in_frame"),
 };
 
 constexpr Field kFlashFields[] = {
-    {"pre_frame", count, offsetof(Flash_animationpara, pre_frame)},
-    {"on_frame", count, offsetof(Flash_animationpara, on_frame)},
-    {"off_frame", count, offsetof(Flash_animationpara, off_frame)},
-    {"loopcnt", count, offsetof(Flash_animationpara, loopcnt)},
-    {"delonloopcnt", flag, offsetof(Flash_animationpara, delonloopcnt)},
-    {"on_alpha", alpha, offsetof(Flash_animationpara, on_alpha), 1.0f},
-    {"off_alpha", alpha, offsetof(Flash_animationpara, off_alpha)},
+    field<&Flash_animationpara::pre_frame>("pre_frame"),
+    field<&Flash_animationpara::on_frame>("on_frame"),
+    field<&Flash_animationpara::off_frame>("off_frame"),
+    field<&Flash_animationpara::loopcnt>("loopcnt"),
+    field<&Flash_animationpara::delonloopcnt>("delonloopcnt"),
+    field<&Flash_animationpara::on_alpha>("on_alpha", 1.0f),
+    field<&Flash_animationpara::off_alpha>("off_alpha"),
 };
 
 constexpr Field kFadeFields[] = {
-    {"pre_frame", count, offsetof(FadeInOutLoop_animationpara, pre_frame)},
-    {"in_frame", count, offsetof(FadeInOutLoop_animationpara, in_frame)},
-    {"sin_frame", count, offsetof(FadeInOutLoop_animationpara, sin_frame)},
-    {"out_frame", count, offsetof(FadeInOutLoop_animationpara, out_frame)},
-    {"sout_frame", count, offsetof(FadeInOutLoop_animationpara, sout_frame)},
-    {"loopcnt", count, offsetof(FadeInOutLoop_animationpara, loopcnt)},
-    {"delonloopcnt", flag, offsetof(FadeInOutLoop_animationpara, delonloopcnt)},
-    {"in_alpha", alpha, offsetof(FadeInOutLoop_animationpara, in_alpha), 1.0f},
-    {"out_alpha", alpha, offsetof(FadeInOutLoop_animationpara, out_alpha)},
+    field<&FadeInOutLoop_animationpara::pre_frame>("pre_frame"),
+    field<&FadeInOutLoop_animationpara::in_frame>("in_frame"),
+    field<&FadeInOutLoop_animationpara::sin_frame>("sin_frame"),
+    field<&FadeInOutLoop_animationpara::out_frame>("out_frame"),
+    field<&FadeInOutLoop_animationpara::sout_frame>("sout_frame"),
+    field<&FadeInOutLoop_animationpara::loopcnt>("loopcnt"),
+    field<&FadeInOutLoop_animationpara::delonloopcnt>("delonloopcnt"),
+    field<&FadeInOutLoop_animationpara::in_alpha>("in_alpha", 1.0f),
+    field<&FadeInOutLoop_animationpara::out_alpha>("out_alpha"),
 };
 
 constexpr Field kGradualFields[] = {
-    {"pre_frame", count, offsetof(GraduallyDispLoop_animationpara, pre_frame)},
-    {"in_frame", count, offsetof(GraduallyDispLoop_animationpara, in_frame)},
-    {"sin_frame", count, offsetof(GraduallyDispLoop_animationpara, sin_frame)},
-    {"out_frame", count, offsetof(GraduallyDispLoop_animationpara, out_frame)},
-    {"sout_frame", count, offsetof(GraduallyDispLoop_animationpara, sout_frame)},
-    {"loopcnt", count, offsetof(GraduallyDispLoop_animationpara, loopcnt)},
-    {"delonloopcnt", flag, offsetof(GraduallyDispLoop_animationpara, delonloopcnt)},
-    {"in_alpha", alpha, offsetof(GraduallyDispLoop_animationpara, in_alpha), 1.0f},
-    {"out_alpha", alpha, offsetof(GraduallyDispLoop_animationpara, out_alpha)},
-    {"gmode_show", gradual_mode, offsetof(GraduallyDispLoop_animationpara, gmode_show)},
-    {"gmode_hide", gradual_mode, offsetof(GraduallyDispLoop_animationpara, gmode_hide)},
+    field<&GraduallyDispLoop_animationpara::pre_frame>("pre_frame"),
+    field<&GraduallyDispLoop_animationpara::in_frame>("in_frame"),
+    field<&GraduallyDispLoop_animationpara::sin_frame>("sin_frame"),
+    field<&GraduallyDispLoop_animationpara::out_frame>("out_frame"),
+    field<&GraduallyDispLoop_animationpara::sout_frame>("sout_frame"),
+    field<&GraduallyDispLoop_animationpara::loopcnt>("loopcnt"),
+    field<&GraduallyDispLoop_animationpara::delonloopcnt>("delonloopcnt"),
+    field<&GraduallyDispLoop_animationpara::in_alpha>("in_alpha", 1.0f),
+    field<&GraduallyDispLoop_animationpara::out_alpha>("out_alpha"),
+    field<&GraduallyDispLoop_animationpara::gmode_show>("gmode_show"),
+    field<&GraduallyDispLoop_animationpara::gmode_hide>("gmode_hide"),
 };
 
 constexpr Field kSequenceFields[] = {
-    {"pre_frame", count, offsetof(SeqLoop_animationpara, pre_frame)},
-    {"in_frame", count, offsetof(SeqLoop_animationpara, in_frame)},
-    {"sin_frame", count, offsetof(SeqLoop_animationpara, sin_frame)},
-    {"out_frame", count, offsetof(SeqLoop_animationpara, out_frame)},
-    {"sout_frame", count, offsetof(SeqLoop_animationpara, sout_frame)},
-    {"loopcnt", count, offsetof(SeqLoop_animationpara, loopcnt)},
-    {"delonloopcnt", flag, offsetof(SeqLoop_animationpara, delonloopcnt)},
-    {"seq_show", motion, offsetof(SeqLoop_animationpara, seq_show)},
-    {"seq_hide", motion, offsetof(SeqLoop_animationpara, seq_hide)},
+    field<&SeqLoop_animationpara::pre_frame>("pre_frame"),
+    field<&SeqLoop_animationpara::in_frame>("in_frame"),
+    field<&SeqLoop_animationpara::sin_frame>("sin_frame"),
+    field<&SeqLoop_animationpara::out_frame>("out_frame"),
+    field<&SeqLoop_animationpara::sout_frame>("sout_frame"),
+    field<&SeqLoop_animationpara::loopcnt>("loopcnt"),
+    field<&SeqLoop_animationpara::delonloopcnt>("delonloopcnt"),
+    field<&SeqLoop_animationpara::seq_show>("seq_show"),
+    field<&SeqLoop_animationpara::seq_hide>("seq_hide"),
 };
 
-/* All records begin alike. */
-static_assert(offsetof(Backgroud_animationpara, textures) == sizeof(InPosition2D));
-static_assert(offsetof(VideoGST_animationpara, texcoord) == sizeof(InPosition2D));
-static_assert(offsetof(VideoRAW_animationpara, texcoord) == sizeof(InPosition2D));
+template <class T>
+Para make()
+{
+	return T();
+}
 
-template <class Para>
+template <class T>
 constexpr RecordKind image(std::string_view name, AnimationType type, std::span<const Field> fields,
     Coordinates coordinates = Coordinates::none, std::size_t texture_limit = ANIMATION_MAX_TEXTURES)
 {
-	static_assert(offsetof(Para, textures) == sizeof(InPosition2D));
-	return {name, type, sizeof(Para), offsetof(Para, update), coordinates, texture_limit, fields};
+	return {name, type, make<T>, coordinates, texture_limit, fields};
 }
 
-template <class Para>
+template <class T>
 constexpr RecordKind video(std::string_view name, AnimationType type)
 {
-	static_assert(offsetof(Para, texcoord) == sizeof(InPosition2D));
-	return {name, type, sizeof(Para), offsetof(Para, update), Coordinates::video, 0, {}};
+	return {name, type, make<T>, Coordinates::video, 0, {}};
 }
 
 constexpr RecordKind kKinds[] = {
@@ -94,102 +152,109 @@ constexpr RecordKind kKinds[] = {
     video<VideoRAW_animationpara>("ANI_VIDEO_RAW", ANI_VIDEO_RAW),
 };
 
-constexpr Word kGradualModes[] = {
-    {"GRAD_NONE", GRAD_NONE},
-    {"GRAD_LEFT2RIGHT", GRAD_LEFT2RIGHT},
-    {"GRAD_RIGHT2LEFT", GRAD_RIGHT2LEFT},
-    {"GRAD_TOP2BOTTOM", GRAD_TOP2BOTTOM},
-    {"GRAD_BOTTOM2TOP", GRAD_BOTTOM2TOP},
-    {"GRAD_CENTER2EDGE", GRAD_CENTER2EDGE},
-    {"GRAD_EDGE2CENTER", GRAD_EDGE2CENTER},
-    {"GRAD_2SIDES2MIDDLE", GRAD_2SIDES2MIDDLE},
-    {"GRAD_MIDDLE22SIDES", GRAD_MIDDLE22SIDES},
-    {"GRAD_CENTER2SURROUND", GRAD_CENTER2SURROUND},
-    {"GRAD_SURROUND2CENTER", GRAD_SURROUND2CENTER},
-    {"GRAD_BLOCKS", GRAD_BLOCKS},
-};
-
-constexpr Word kMotions[] = {
-    {"SEQ_NONE", SEQ_NONE},
-    {"SEQ_WAVE", SEQ_WAVE},
-    {"SEQ_FLOATINOUT", SEQ_FLOATINOUT},
-    {"SEQ_WHIP", SEQ_WHIP},
-    {"SEQ_SCALEROTATE", SEQ_SCALEROTATE},
-};
-
-template <class T>
-void store(Record &record, std::size_t offset, T value)
+void fill_textures(TextureArray &textures, const TextureSet &set, std::span<const GLuint> handles)
 {
-	std::memcpy(&record.para[offset], &value, sizeof value);
+	textures = {};
+	textures.mode = set.mode;
+	for (std::size_t i = 0; i < set.files.size(); ++i)
+		set.files[i].copy(textures.textures_name[i], sizeof textures.textures_name[i] - 1);
+	std::ranges::copy(set.data, textures.texdata);
+	std::ranges::transform(
+	    set.handles, textures.texids, [handles](std::size_t index) { return handles[index]; });
+	textures.tex_num =
+	    static_cast<std::uint32_t>(set.files.size() + set.data.size() + set.handles.size());
+	textures.mask_index = set.mask_index;
+	textures.alpha_index = set.alpha_index;
+	std::ranges::copy(set.constant_color, textures.constant_color);
 }
 
 } // namespace
 
 const std::span<const RecordKind> kRecordKinds = kKinds;
 
-Record::Record(const RecordKind &record_kind) : kind(&record_kind), para(record_kind.size)
+void add(Description &description, const Description &more)
 {
-	for (const Field &field : kind->fields) {
-		if (field.kind == alpha)
-			store(*this, field.offset, field.initial);
-	}
-	if (kind->texture_limit) {
-		textures_of(*this).mask_index = ANIMATION_NO_TEXTURE;
-		textures_of(*this).alpha_index = ANIMATION_NO_TEXTURE;
+	if (more.viewport)
+		description.viewport = more.viewport;
+	if (more.positions)
+		description.positions = more.positions;
+	if (more.coordinates)
+		description.coordinates = more.coordinates;
+	if (more.textures)
+		description.textures = more.textures;
+	for (const Setting &setting : more.settings) {
+		const auto before = std::ranges::find(description.settings, setting.field, &Setting::field);
+		if (before != description.settings.end())
+			*before = setting;
+		else
+			description.settings.push_back(setting);
 	}
 }
 
-InPosition2D &strip_of(Record &record)
+UpdateMode rebuilt_by(const Description &description)
 {
-	return *reinterpret_cast<InPosition2D *>(record.para.data());
+	unsigned int mode = UPD_MISC;
+	if (description.viewport || description.positions || description.coordinates)
+		mode |= UPD_COORDS;
+	if (description.textures)
+		mode |= UPD_TEXS;
+	return static_cast<UpdateMode>(mode);
+}
+
+bool leaves_by_itself(const Description &description)
+{
+	return std::ranges::any_of(description.settings, [](const Setting &setting) {
+		return setting.field->name == "delonloopcnt" && std::get<bool>(setting.value);
+	});
+}
+
+Record::Record(const RecordKind &record_kind) : kind(&record_kind), para(record_kind.make())
+{
+	clear(*this);
+}
+
+void clear(Record &record)
+{
+	const auto *video = std::get_if<VideoGST_animationpara>(&record.para);
+	BufferInfoGST *const frame = video ? video->bufinfo : nullptr;
+	record.para = record.kind->make();
+	for (const Field &field : record.kind->fields)
+		field.store(record.para, field.initial);
+	if (auto *kept = std::get_if<VideoGST_animationpara>(&record.para))
+		kept->bufinfo = frame;
+}
+
+void fill(Record &record, const Description &description, std::span<const GLuint> handles)
+{
+	if (description.positions)
+		record.positions = *description.positions;
+	if (description.coordinates)
+		record.coordinates = *description.coordinates;
+	for (const Setting &setting : description.settings)
+		setting.field->store(record.para, setting.value);
+	const auto fill_common = [&](auto &para) {
+		InPosition2D &strip = para.in_position2d;
+		strip.coordnum = static_cast<std::uint32_t>(record.positions.size() / 2);
+		strip.position2d = record.positions.data();
+		strip.vp_id = description.viewport.value_or(strip.vp_id);
+		if constexpr (requires { para.texcoord; })
+			para.texcoord = record.coordinates.data();
+		else
+			strip.texPosition2d = record.coordinates.empty() ? nullptr : record.coordinates.data();
+		if constexpr (requires { para.textures; }) {
+			if (description.textures)
+				fill_textures(para.textures, *description.textures, handles);
+		}
+	};
+	std::visit(fill_common, record.para);
+}
+
+void *address_of(Record &record)
+{
+	return std::visit([](auto &para) -> void * { return &para; }, record.para);
 }
 
 UpdateMode &update_of(Record &record)
 {
-	return *reinterpret_cast<UpdateMode *>(&record.para[record.kind->update_offset]);
-}
-
-TextureArray &textures_of(Record &record)
-{
-	return *reinterpret_cast<TextureArray *>(&record.para[sizeof(InPosition2D)]);
-}
-
-bool leaves_by_itself(const Record &record)
-{
-	return std::ranges::any_of(record.kind->fields, [&record](const Field &field) {
-		return field.name == "delonloopcnt" && record.para[field.offset] != std::byte{0};
-	});
-}
-
-void read_field(Record &record, const Field &field, const Value &value)
-{
-	switch (field.kind) {
-	case count:
-		store(record, field.offset, read_count(value));
-		break;
-	case alpha:
-		store(record, field.offset, read_number(value));
-		break;
-	case flag:
-		store(record, field.offset, read_flag(value));
-		break;
-	case gradual_mode:
-		store(
-		    record, field.offset, static_cast<GraduallyDispMode>(read_word(value, kGradualModes)));
-		break;
-	case motion:
-		store(record, field.offset, static_cast<SEQUENCE_TYPE>(read_word(value, kMotions)));
-		break;
-	}
-}
-
-void wire(Record &record)
-{
-	InPosition2D &strip = strip_of(record);
-	strip.coordnum = static_cast<std::uint32_t>(record.positions.size() / 2);
-	strip.position2d = record.positions.data();
-	if (record.kind->coordinates == Coordinates::cut)
-		strip.texPosition2d = record.coordinates.data();
-	if (record.kind->coordinates == Coordinates::video)
-		store(record, sizeof(InPosition2D), record.coordinates.data());
+	return std::visit([](auto &para) -> UpdateMode & { return para.update; }, record.para);
 }

@@ -24,7 +24,7 @@ constexpr Word kDeleteModes[] = {
 /* An object while the timeline is read from front to back. */
 struct Actor {
 	bool on_stage;
-	Record record;
+	Description described; /* with the updates so far */
 };
 
 struct Reader {
@@ -56,17 +56,23 @@ void read_object(Scene &scene, const Value &value)
 {
 	const std::string name = read_new_name(scene.objects, member(value, "name"));
 	const std::optional<Value> like = find_member(value, "like");
-	Record record = like
-	                    ? scene.objects[index_of(scene.objects, *like, "an object above it")].record
-	                    : Record(read_type(member(value, "type")));
+	SceneObject object = {.name = name};
+	if (like) {
+		const SceneObject &model =
+		    scene.objects[index_of(scene.objects, *like, "an object above it")];
+		object.kind = model.kind;
+		object.description = model.description;
+	} else {
+		object.kind = &read_type(member(value, "type"));
+	}
 
-	std::vector<std::string_view> allowed = record_members(*record.kind);
+	std::vector<std::string_view> allowed = record_members(*object.kind);
 	allowed.insert(allowed.begin(), {"name", like ? "like" : "type"});
 	require_members(value, allowed);
-	read_record(scene, record, value);
-	if (record.kind->texture_limit && !like)
+	add(object.description, read_description(scene, *object.kind, object.description, value));
+	if (object.kind->texture_limit && !like)
 		member(value, "textures");
-	scene.objects.push_back({name, record});
+	scene.objects.push_back(std::move(object));
 }
 
 void read_handle(Scene &scene, const Value &value)
@@ -106,7 +112,7 @@ std::size_t read_actor_of_type(const Reader &reader, const Value &name, Animatio
 {
 	const std::size_t object = read_actor_on_stage(reader, name);
 	const auto &kind = *std::ranges::find(kRecordKinds, type, &RecordKind::type);
-	if (reader.actors[object].record.kind != &kind)
+	if (reader.scene.objects[object].kind != &kind)
 		complain(name, "expected an object of type " + std::string(kind.name) + ", found \"" +
 		                   read_text(name) + "\"");
 	return object;
@@ -117,11 +123,11 @@ void read_create(Reader &reader, std::uint32_t frame, const Value &entry)
 	for (const Value &name : names_of(member(entry, "create"))) {
 		const std::size_t object = index_of(reader.scene.objects, name, "an object");
 		Actor &actor = reader.actors[object];
-		if (actor.on_stage && !leaves_by_itself(actor.record))
+		if (actor.on_stage && !leaves_by_itself(actor.described))
 			complain(name, "expected an object that is not there, found \"" + read_text(name) +
 			                   "\", which was created before");
-		actor = {true, reader.scene.objects[object].record};
-		reader.scene.steps.push_back({frame, Create{object, actor.record}});
+		actor = {true, reader.scene.objects[object].description};
+		reader.scene.steps.push_back({frame, Create{object}});
 	}
 }
 
@@ -131,15 +137,17 @@ void read_update(Reader &reader, std::uint32_t frame, const Value &entry)
 	const std::optional<Value> mode = find_member(entry, "mode");
 	for (const Value &name : names_of(member(entry, "update"))) {
 		const std::size_t object = read_actor_on_stage(reader, name);
-		Record &record = reader.actors[object].record;
-		UpdateMode rebuild = UPD_MISC;
+		const RecordKind &kind = *reader.scene.objects[object].kind;
+		Description &described = reader.actors[object].described;
+		Update update = {.object = object};
 		if (set) {
-			require_members(*set, record_members(*record.kind));
-			rebuild = read_record(reader.scene, record, *set);
+			require_members(*set, record_members(kind));
+			update.change = read_description(reader.scene, kind, described, *set);
+			add(described, update.change);
 		}
-		if (mode)
-			rebuild = static_cast<UpdateMode>(read_word(*mode, kUpdateModes));
-		reader.scene.steps.push_back({frame, Update{object, record, rebuild}});
+		update.mode = mode ? static_cast<UpdateMode>(read_word(*mode, kUpdateModes))
+		                   : rebuilt_by(update.change);
+		reader.scene.steps.push_back({frame, update});
 	}
 }
 
@@ -228,8 +236,7 @@ void read_raw(Reader &reader, std::uint32_t frame, const Value &entry)
 	for (std::uint32_t i = 0; i < count; ++i) {
 		info.praw = &pixels[i * size];
 		reader.scene.steps.push_back(
-		    {frame + i * every, RawFrame{object, reader.actors[object].record, info,
-		                            source && read_word(*source, kSources)}});
+		    {frame + i * every, RawFrame{object, info, source && read_word(*source, kSources)}});
 	}
 }
 
@@ -323,7 +330,7 @@ Scene read_scene(const std::string &path)
 	for (const Value &object : elements(member(root, "objects")))
 		read_object(scene, object);
 	for (const SceneObject &object : scene.objects)
-		reader.actors.push_back({false, object.record});
+		reader.actors.push_back({false, object.description});
 	for (const Value &entry : elements(member(root, "timeline")))
 		read_entry(reader, entry);
 	/* Raw frames reach into the time of later entries. */

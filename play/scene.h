@@ -21,17 +21,17 @@ struct Handle {
 
 struct SceneObject {
 	std::string name;
-	Record record;
+	const RecordKind *kind;
+	Description description;
 };
 
 struct Create {
 	std::size_t object;
-	Record record;
 };
 
 struct Update {
 	std::size_t object;
-	Record record;
+	Description change;
 	UpdateMode mode;
 };
 
@@ -55,7 +55,6 @@ struct Stop {
 /* One NV12 frame of an application's own. */
 struct RawFrame {
 	std::size_t object;
-	Record record;
 	BufferInfoRAW frame;
 	bool as_textures; /* handed over as two ready textures */
 };

@@ -15,56 +15,42 @@ constexpr std::chrono::milliseconds kPollInterval(5);
 /* A stop is bounded by the player; this is for a source that hangs all the same. */
 constexpr std::chrono::seconds kLongestStop(10);
 
+/* What the functions that make a texture of a file answer where they cannot. */
+constexpr GLuint kFailedHandle = 0xFFFFFFFF;
+
 /* A frame's two textures are the object's until it has taken the next ones; then they are to be
  * deleted here. Twice two can be in use. */
 constexpr std::size_t kPlanesInUse = 4;
 
-/* The copy that the object's calls get. Its place stays: the player keeps pointers to it, and its
- * bufinfo is the player's. */
-void *hand_over(Stage &stage, std::size_t object, const Record &record)
+bool call(Stage &stage, const Create &create, std::string *error)
 {
-	Record &kept = stage.records[object];
-	auto *const video = record.kind->type == ANI_VIDEO_GST
-	                        ? reinterpret_cast<VideoGST_animationpara *>(kept.para.data())
-	                        : nullptr;
-	BufferInfoGST *const frame = video ? video->bufinfo : nullptr;
-	std::ranges::copy(record.para, kept.para.begin());
-	kept.positions = record.positions;
-	kept.coordinates = record.coordinates;
-	wire(kept);
-	if (video)
-		video->bufinfo = frame;
-	for (std::size_t i = 0; i < record.handles.size(); ++i)
-		textures_of(kept).texids[i] = stage.handles[record.handles[i]];
-	return kept.para.data();
-}
-
-bool play(Stage &stage, const Create &create, std::string *error)
-{
-	void *para = hand_over(stage, create.object, create.record);
-	const unsigned int id = CreateAnimationObj(create.record.kind->type, para);
+	const SceneObject &object = stage.scene->objects[create.object];
+	Record &record = stage.records[create.object];
+	clear(record);
+	fill(record, object.description, stage.handles);
+	const unsigned int id = CreateAnimationObj(object.kind->type, address_of(record));
 	/* An object that has gone by itself leaves its id to a newcomer. */
 	std::ranges::replace(stage.ids, id, ANIMATION_NO_OBJECT);
 	stage.ids[create.object] = id;
 	if (id == ANIMATION_NO_OBJECT)
-		*error = "object \"" + stage.scene->objects[create.object].name +
-		         "\": the library refused to create it";
+		*error = "object \"" + object.name + "\": the library refused to create it";
 	return id != ANIMATION_NO_OBJECT;
 }
 
-bool play(Stage &stage, const Update &update, std::string *)
+bool call(Stage &stage, const Update &update, std::string *)
 {
-	void *para = hand_over(stage, update.object, update.record);
-	UpdateMode &mode = update_of(stage.records[update.object]);
+	Record &record = stage.records[update.object];
+	fill(record, update.change, stage.handles);
+	UpdateMode &mode = update_of(record);
 	mode = update.mode;
 	/* The crop of the frame that stands has to be taken again. */
-	if (update.record.kind->type == ANI_VIDEO_GST && mode == UPD_COORDS)
+	if (record.kind->type == ANI_VIDEO_GST && mode == UPD_COORDS)
 		mode = UPD_ALL;
-	UpdateAnimationObj(stage.ids[update.object], para);
+	UpdateAnimationObj(stage.ids[update.object], address_of(record));
 	return true;
 }
 
-bool play(Stage &stage, const Remove &remove, std::string *)
+bool call(Stage &stage, const Remove &remove, std::string *)
 {
 	if (GetAnimationObjStatus(stage.ids[remove.object]) != ST_INVALID)
 		RemoveAnimationObj(stage.ids[remove.object], remove.mode);
@@ -82,10 +68,9 @@ void make_planes(BufferInfoRAW *frame)
 	frame->praw = nullptr;
 }
 
-bool play(Stage &stage, const RawFrame &raw, std::string *)
+bool call(Stage &stage, const RawFrame &raw, std::string *)
 {
-	hand_over(stage, raw.object, raw.record);
-	auto &para = *reinterpret_cast<VideoRAW_animationpara *>(stage.records[raw.object].para.data());
+	auto &para = std::get<VideoRAW_animationpara>(stage.records[raw.object].para);
 	BufferInfoRAW frame = raw.frame;
 	if (raw.as_textures) {
 		make_planes(&frame);
@@ -115,16 +100,16 @@ void wait_for_player()
 }
 
 /* Takes the place of a playback that is still on. */
-bool play(Stage &stage, const Play &start, std::string *error)
+bool call(Stage &stage, const Play &start, std::string *error)
 {
 	StopGSTPlay();
 	wait_for_player();
 	const std::size_t first = start.objects.front();
 	const bool two = start.objects.size() == 2;
 	const std::size_t second = start.objects.back();
-	SetGSTPlayAnimationId(stage.ids[first], stage.records[first].para.data(),
+	SetGSTPlayAnimationId(stage.ids[first], address_of(stage.records[first]),
 	    two ? stage.ids[second] : ANIMATION_NO_OBJECT,
-	    two ? stage.records[second].para.data() : nullptr);
+	    two ? address_of(stage.records[second]) : nullptr);
 	stage.played_stream = true;
 	if (StartGSTPlay(start.uri.c_str()) == 0)
 		return true;
@@ -132,13 +117,13 @@ bool play(Stage &stage, const Play &start, std::string *error)
 	return false;
 }
 
-bool play(Stage &, const Control &control, std::string *)
+bool call(Stage &, const Control &control, std::string *)
 {
 	GSTplayControl(control.order);
 	return true;
 }
 
-bool play(Stage &, const Stop &, std::string *)
+bool call(Stage &, const Stop &, std::string *)
 {
 	StopGSTPlay();
 	return true;
@@ -163,11 +148,11 @@ const Step &next_step(const Stage &stage)
 	return stage.scene->steps[stage.next_step];
 }
 
-bool play_next_step(Stage &stage, std::string *error)
+bool call_next_step(Stage &stage, std::string *error)
 {
 	const Step &step = next_step(stage);
 	++stage.next_step;
-	return std::visit([&](const auto &action) { return play(stage, action, error); }, step.action);
+	return std::visit([&](const auto &action) { return call(stage, action, error); }, step.action);
 }
 
 GLuint make_handle(const Handle &handle)
@@ -188,10 +173,10 @@ bool open_stage(Stage *stage, const Scene &scene, std::string *error)
 	stage->scene = &scene;
 	stage->ids.assign(scene.objects.size(), ANIMATION_NO_OBJECT);
 	for (const SceneObject &object : scene.objects)
-		stage->records.push_back(object.record);
+		stage->records.emplace_back(*object.kind);
 	for (const Handle &handle : scene.handles) {
 		const GLuint texture = make_handle(handle);
-		if (texture == ANIMATION_NO_OBJECT) {
+		if (texture == kFailedHandle) {
 			*error = "handle \"" + handle.name + "\": the library refused to load it";
 			return false;
 		}
@@ -204,13 +189,13 @@ bool play_steps(Stage &stage, std::uint32_t frame, std::string *error)
 {
 	while (is_due(stage, frame)) {
 		if (is_for_player(next_step(stage))) {
-			if (!play_next_step(stage, error))
+			if (!call_next_step(stage, error))
 				return false;
 			continue;
 		}
 		const ListLock lock; /* several calls take effect in the same frame */
 		while (is_due(stage, frame) && !is_for_player(next_step(stage))) {
-			if (!play_next_step(stage, error))
+			if (!call_next_step(stage, error))
 				return false;
 		}
 	}

@@ -12,7 +12,7 @@ struct Stage {
 	const Scene *scene;
 	std::vector<GLuint> handles;   /* beside scene->handles */
 	std::vector<unsigned int> ids; /* beside scene->objects; ANIMATION_NO_OBJECT: not there */
-	std::vector<Record> records;   /* beside scene->objects; the record last handed over */
+	std::deque<Record> records;    /* beside scene->objects; what the library and player get */
 	std::deque<GLuint> raw_planes; /* textures handed over as raw frames, the newest last */
 	std::size_t next_step = 0;
 	bool played_stream = false;

@@ -1,5 +1,8 @@
 /* Holds the gallery's kept strips against fresh ones. */
+#include <algorithm>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -26,6 +29,14 @@ double share_of_visible_differences(const Image &a, const Image &b)
 	return static_cast<double>(different) / static_cast<double>(a.rgb.size());
 }
 
+std::size_t strips()
+{
+	std::ifstream list(
+	    std::filesystem::path(std::getenv("RENDER_STRIPS")).parent_path() / "strips");
+	return static_cast<std::size_t>(
+	    std::count(std::istreambuf_iterator<char>(list), std::istreambuf_iterator<char>(), '\n'));
+}
+
 TEST(Gallery, KeptStripsAreWhatIsDrawn)
 {
 	const Folder fresh;
@@ -40,7 +51,8 @@ TEST(Gallery, KeptStripsAreWhatIsDrawn)
 		    << name;
 		++count;
 	}
-	EXPECT_EQ(count, 24u);
+	EXPECT_GT(count, 0u);
+	EXPECT_EQ(count, strips());
 }
 
 } // namespace

@@ -1,11 +1,12 @@
 #include <chrono>
-#include <csignal>
 #include <thread>
 
+#include <protocol/xdg-shell-client-protocol.h>
 #include <render/render.h>
 
 #include <play/performance.h>
 #include <play/stage.h>
+#include <play/watch.h>
 
 namespace
 {
@@ -13,30 +14,17 @@ namespace
 /* Well below the 20 ms that the render thread sleeps in each turn. */
 constexpr std::chrono::milliseconds kPollInterval(2);
 
-volatile std::sig_atomic_t asked_to_end = 0;
-
-void ask_to_end(int)
-{
-	asked_to_end = 1;
-}
-
-/* SIGINT is the library's: it ends the render thread. */
-bool goes_on()
-{
-	return !asked_to_end && running != 0;
-}
-
 /* The render thread counts on; its window stays readable until DeInit has joined it. */
 std::uint32_t turns_so_far()
 {
 	return __atomic_load_n(&p_gwindow->frames, __ATOMIC_ACQUIRE);
 }
 
-bool play_frames(Stage &stage, std::string *error)
+bool play_frames(Stage &stage, Watch &watch, std::string *error)
 {
 	const std::uint32_t first_turn = turns_so_far();
 	std::uint32_t frame = 0;
-	while (goes_on() && frame < stage.scene->frames) {
+	while (!is_over(watch) && frame < stage.scene->frames) {
 		if (!play_steps(stage, frame, error))
 			return false;
 		std::this_thread::sleep_for(kPollInterval);
@@ -45,28 +33,42 @@ bool play_frames(Stage &stage, std::string *error)
 	return true;
 }
 
-void wait_until_gone(const Stage &stage)
+void wait_until_gone(const Stage &stage, Watch &watch)
 {
 	for (const unsigned int id : stage.ids) {
-		while (running != 0 && GetAnimationObjStatus(id) != ST_INVALID)
+		while (fault_of(watch).empty() && GetAnimationObjStatus(id) != ST_INVALID)
 			std::this_thread::sleep_for(kPollInterval);
 	}
+}
+
+/* Between Init and DeInit. */
+bool play_on_window(const Scene &scene, Watch &watch, std::string *error)
+{
+	xdg_surface_set_title(p_gwindow->xdg_surface, scene.title.c_str());
+	watch_compositor(watch);
+	Stage stage;
+	const bool played = open_stage(&stage, scene, error) && play_frames(stage, watch, error);
+	clear_stage(stage);
+	wait_until_gone(stage, watch);
+	close_stage(stage);
+	leave_compositor(watch);
+	const std::string fault = fault_of(watch);
+	if (!fault.empty())
+		*error = fault;
+	return played && fault.empty();
 }
 
 } // namespace
 
 bool play_live(const Scene &scene, std::string *error)
 {
-	struct sigaction action = {};
-	action.sa_handler = ask_to_end;
-	sigaction(SIGTERM, &action, nullptr);
-
+	const WatchPtr watch = start_watch();
 	Init();
-	Stage stage;
-	const bool played = open_stage(&stage, scene, error) && play_frames(stage, error);
-	clear_stage(stage);
-	wait_until_gone(stage);
-	close_stage(stage);
+	bool played = false;
+	if (running != 0)
+		played = play_on_window(scene, *watch, error);
+	else
+		*error = "the render thread did not start";
 	DeInit();
 	return played;
 }

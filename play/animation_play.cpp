@@ -1,8 +1,13 @@
 /* animation-play: plays a scene file through the library's public calls. */
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <filesystem>
+#include <new>
 #include <string>
+#include <string_view>
+
+#include <unistd.h>
 
 #include <play/performance.h>
 
@@ -19,18 +24,20 @@ struct Arguments {
 	std::string scene;
 };
 
-int usage(const std::string &error)
+void print_usage(FILE *stream)
 {
-	std::fprintf(stderr,
-	    "animation-play: %s\n"
+	std::fprintf(stream,
 	    "usage: animation-play SCENE.json\n"
 	    "       animation-play --offline [OPTIONS] SCENE.json\n"
+	    "       animation-play --help | --version\n"
 	    "\n"
 	    "Without --offline the scene plays on the Wayland display of the environment;\n"
 	    "animation-host offers one. With it, every frame goes to these, without waiting:\n"
-	    "%s",
-	    error.c_str(), kSinkUsage);
-	return kWrongInput;
+	    "%s"
+	    "\n"
+	    "The exit status is 0 for a scene that was played, to its end or to SIGINT or SIGTERM; 1 if\n"
+	    "something failed while playing; 2 for a scene or arguments that are wrong.\n",
+	    kSinkUsage);
 }
 
 /* Empty if all is well. */
@@ -39,6 +46,9 @@ std::string take_arguments(int argc, char **argv, Arguments *arguments)
 	for (int i = 1; i < argc; ++i) {
 		std::string error;
 		int next = i;
+		const bool has_record = !arguments->sinks.sinks.record.empty();
+		if (has_record && std::strcmp(argv[i], "--record") == 0)
+			return "only one --record can be given";
 		switch (take_sink_argument(argc, argv, &next, &arguments->sinks, &error)) {
 		case ArgumentResult::wrong:
 			return error;
@@ -72,31 +82,66 @@ void fix_paths(SinkOptions *sinks)
 		snapshot.path = std::filesystem::absolute(snapshot.path);
 }
 
+int play(const Arguments &arguments)
+{
+	const Scene scene = read_scene(arguments.scene);
+	if (arguments.offline && has_stream(scene))
+		throw SceneError(
+		    arguments.scene +
+		    ": expected a scene without streams, which go by the clock, for --offline");
+	std::string error;
+	const bool played =
+	    arguments.offline ? play_offline(scene, arguments.sinks, &error) : play_live(scene, &error);
+	if (played)
+		return 0;
+	std::fprintf(stderr, "animation-play: %s\n", error.c_str());
+	return kFailed;
+}
+
+int run(int argc, char **argv)
+{
+	const std::string_view first = argc == 2 ? argv[1] : "";
+	if (first == "--help") {
+		print_usage(stdout);
+		return 0;
+	}
+	if (first == "--version") {
+		std::puts("animation-play " VERSION);
+		return 0;
+	}
+	Arguments arguments;
+	const std::string wrong = take_arguments(argc, argv, &arguments);
+	if (!wrong.empty()) {
+		std::fprintf(stderr, "animation-play: %s\n", wrong.c_str());
+		print_usage(stderr);
+		return kWrongInput;
+	}
+	fix_paths(&arguments.sinks.sinks);
+	try {
+		return play(arguments);
+	} catch (const SceneError &error) {
+		std::fprintf(stderr, "%s\n", error.what());
+		return kWrongInput;
+	}
+}
+
+/* On whatever thread it is: many of them are not ours, and nothing there would catch a failure. */
+void end_without_memory()
+{
+	constexpr std::string_view kText = "animation-play: out of memory\n";
+	[[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kText.data(), kText.size());
+	_exit(kFailed);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
-	Arguments arguments;
-	const std::string wrong = take_arguments(argc, argv, &arguments);
-	if (!wrong.empty())
-		return usage(wrong);
-	fix_paths(&arguments.sinks.sinks);
-
+	std::set_new_handler(end_without_memory);
 	try {
-		const Scene scene = read_scene(arguments.scene);
-		if (arguments.offline && has_stream(scene))
-			throw SceneError(
-			    arguments.scene +
-			    ": expected a scene without streams, which go by the clock, for --offline");
-		std::string error;
-		const bool played = arguments.offline ? play_offline(scene, arguments.sinks, &error)
-		                                      : play_live(scene, &error);
-		if (played)
-			return 0;
-		std::fprintf(stderr, "animation-play: %s\n", error.c_str());
+		return run(argc, argv);
+	} catch (const std::exception &error) { /* a thread, a path, a size that cannot be had */
+		std::fprintf(stderr, "animation-play: %s\n", error.what());
 		return kFailed;
-	} catch (const SceneError &error) {
-		std::fprintf(stderr, "%s\n", error.what());
-		return kWrongInput;
 	}
 }

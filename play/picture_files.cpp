@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 #include <png.h>
@@ -56,6 +57,12 @@ std::string bmp_fault(const std::string &path)
 
 } // namespace
 
+bool can_be_read(const std::string &path)
+{
+	std::error_code error;
+	return std::filesystem::is_regular_file(path, error) && std::ifstream(path);
+}
+
 PictureFormat picture_format(const std::string &path)
 {
 	if (path.ends_with(".bmp"))
@@ -65,7 +72,7 @@ PictureFormat picture_format(const std::string &path)
 
 std::string picture_fault(const std::string &path)
 {
-	if (!std::ifstream(path))
+	if (!can_be_read(path))
 		return "found nothing that can be read";
 	switch (picture_format(path)) {
 	case PictureFormat::bmp:

@@ -106,10 +106,12 @@ TextureSet read_textures(Scene &scene, const RecordKind &kind, const Value &valu
 	set.alpha_index = read_index("alpha_index");
 
 	const std::optional<Value> colour = find_member(value, "constant_color");
-	if (colour)
-		std::ranges::copy(read_numbers(*colour, 4), set.constant_color.begin());
-	else if (sources.empty())
+	if (colour) {
+		read_numbers(*colour, 4); /* four of them */
+		std::ranges::transform(elements(*colour), set.constant_color.begin(), read_fraction);
+	} else if (sources.empty()) {
 		complain(value, "expected files, data, ids or constant_color");
+	}
 	return set;
 }
 
@@ -133,11 +135,19 @@ std::vector<float> read_pairs(const Value &value, std::size_t lowest, std::size_
 std::vector<float> read_rectangle(const Value &value)
 {
 	const std::vector<float> sides = read_numbers(value, 4);
+	if (sides[2] <= 0.0f || sides[3] <= 0.0f)
+		complain(value, "expected a width and a height above 0");
 	const float left = sides[0];
 	const float top = sides[1];
 	const float right = left + sides[2];
 	const float bottom = top + sides[3];
 	return {left, bottom, right, bottom, left, top, right, top};
+}
+
+std::vector<float> read_strip(const Value &value)
+{
+	constexpr std::size_t kMostPoints = 4096;
+	return read_pairs(value, 4, kMostPoints);
 }
 
 /* A decoded picture has its top row first. */
@@ -165,17 +175,39 @@ Numbers shared(std::vector<float> numbers)
 	return std::make_shared<const std::vector<float>>(std::move(numbers));
 }
 
+/* An object may wait beside its viewport and come in, but no farther away than it is large. */
+void require_in_reach(const Value &value, const std::vector<float> &positions)
+{
+	constexpr float kWidth = ANIMATION_VIEWPORT_WIDTH;
+	constexpr float kHeight = ANIMATION_VIEWPORT_HEIGHT;
+	float left = positions[0], right = left, top = positions[1], bottom = top;
+	for (std::size_t i = 0; i < positions.size(); i += 2) {
+		left = std::min(left, positions[i]);
+		right = std::max(right, positions[i]);
+		top = std::min(top, positions[i + 1]);
+		bottom = std::max(bottom, positions[i + 1]);
+	}
+	if (left > 2 * kWidth || right < -kWidth || top > 2 * kHeight || bottom < -kHeight)
+		complain(value, "expected a place in or near the viewport, 1152 x 576, which this misses");
+}
+
+Numbers read_points(const Value &value, std::vector<float> (*read)(const Value &))
+{
+	std::vector<float> positions = read(value);
+	require_in_reach(value, positions);
+	return std::make_shared<const std::vector<float>>(std::move(positions));
+}
+
 /* NULL if the value says nothing of them. */
 Numbers read_positions(const Value &value)
 {
-	constexpr std::size_t kMostPoints = 4096;
 	const std::optional<Value> rectangle = find_member(value, "rectangle");
 	const std::optional<Value> strip = find_member(value, "strip");
 	if (rectangle && strip)
 		complain(*strip, "expected only one of rectangle and strip");
 	if (rectangle)
-		return shared(read_rectangle(*rectangle));
-	return strip ? shared(read_pairs(*strip, 4, kMostPoints)) : nullptr;
+		return read_points(*rectangle, read_rectangle);
+	return strip ? read_points(*strip, read_strip) : nullptr;
 }
 
 /* The same. A strip that gets other points needs other coordinates. */

@@ -40,7 +40,7 @@ T read_as(const Value &value)
 	if constexpr (std::is_same_v<T, std::uint32_t>)
 		return read_count(value);
 	else if constexpr (std::is_same_v<T, float>)
-		return read_number(value);
+		return read_fraction(value);
 	else if constexpr (std::is_same_v<T, bool>)
 		return read_flag(value);
 	else

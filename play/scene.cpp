@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include <play/picture_files.h>
 #include <play/record_reader.h>
 
 namespace
@@ -21,6 +22,15 @@ constexpr Word kDeleteModes[] = {
     {"DEL_IMMEDIATELY", DEL_IMMEDIATELY},
 };
 
+constexpr std::size_t kMostObjects = 1024;
+constexpr std::size_t kMostSteps = 50'000;
+
+/* The compositor is told it, in a message of its own. */
+constexpr std::size_t kLongestTitle = 255;
+
+/* Frames in memory, of all raw files together. */
+constexpr std::size_t kMostPixels = std::size_t(1) << 30;
+
 /* An object while the timeline is read from front to back. */
 struct Actor {
 	bool on_stage;
@@ -31,7 +41,15 @@ struct Reader {
 	Scene scene;
 	std::vector<Actor> actors; /* beside scene.objects */
 	std::uint32_t frame = 0;   /* of the entry before */
+	std::size_t raw_pixels = 0;
 };
+
+void add_step(Reader &reader, const Value &entry, Step step)
+{
+	if (reader.scene.steps.size() >= kMostSteps)
+		complain(entry, "expected at most " + std::to_string(kMostSteps) + " actions in a scene");
+	reader.scene.steps.push_back(std::move(step));
+}
 
 template <class Named>
 std::string read_new_name(const std::vector<Named> &all, const Value &value)
@@ -54,6 +72,8 @@ const RecordKind &read_type(const Value &value)
 
 void read_object(Scene &scene, const Value &value)
 {
+	if (scene.objects.size() >= kMostObjects)
+		complain(value, "expected at most " + std::to_string(kMostObjects) + " objects in a scene");
 	const std::string name = read_new_name(scene.objects, member(value, "name"));
 	const std::optional<Value> like = find_member(value, "like");
 	SceneObject object = {.name = name};
@@ -77,6 +97,8 @@ void read_object(Scene &scene, const Value &value)
 
 void read_handle(Scene &scene, const Value &value)
 {
+	if (scene.handles.size() >= kMostObjects)
+		complain(value, "expected at most " + std::to_string(kMostObjects) + " handles in a scene");
 	constexpr std::string_view kMembers[] = {"name", "file", "data"};
 	require_members(value, kMembers);
 	Handle handle = {.name = read_new_name(scene.handles, member(value, "name"))};
@@ -127,7 +149,7 @@ void read_create(Reader &reader, std::uint32_t frame, const Value &entry)
 			complain(name, "expected an object that is not there, found \"" + read_text(name) +
 			                   "\", which was created before");
 		actor = {true, reader.scene.objects[object].description};
-		reader.scene.steps.push_back({frame, Create{object}});
+		add_step(reader, entry, {frame, Create{object}});
 	}
 }
 
@@ -147,7 +169,7 @@ void read_update(Reader &reader, std::uint32_t frame, const Value &entry)
 		}
 		update.mode = mode ? static_cast<UpdateMode>(read_word(*mode, kUpdateModes))
 		                   : rebuilt_by(update.change);
-		reader.scene.steps.push_back({frame, update});
+		add_step(reader, entry, {frame, update});
 	}
 }
 
@@ -159,7 +181,7 @@ void read_remove(Reader &reader, std::uint32_t frame, const Value &entry)
 	for (const Value &name : names_of(member(entry, "remove"))) {
 		const std::size_t object = read_actor_on_stage(reader, name);
 		reader.actors[object].on_stage = false;
-		reader.scene.steps.push_back({frame, Remove{object, how}});
+		add_step(reader, entry, {frame, Remove{object, how}});
 	}
 }
 
@@ -167,14 +189,14 @@ void read_play(Reader &reader, std::uint32_t frame, const Value &entry)
 {
 	const Value uri = member(entry, "play");
 	Play play = {.uri = read_text(uri)};
-	if (play.uri.find(".mp4") != std::string::npos && !std::ifstream(play.uri))
+	if (play.uri.find(".mp4") != std::string::npos && !can_be_read(play.uri))
 		complain(uri, "expected an MP4 file, found nothing that can be read");
 	const Value on = member(entry, "on");
 	for (const Value &name : names_of(on))
 		play.objects.push_back(read_actor_of_type(reader, name, ANI_VIDEO_GST));
 	if (play.objects.empty() || play.objects.size() > 2)
 		complain(on, "expected one or two objects");
-	reader.scene.steps.push_back({frame, play});
+	add_step(reader, entry, {frame, play});
 }
 
 void require_true(const Value &value)
@@ -186,30 +208,38 @@ void require_true(const Value &value)
 void read_pause(Reader &reader, std::uint32_t frame, const Value &entry)
 {
 	require_true(member(entry, "pause"));
-	reader.scene.steps.push_back({frame, Control{GST_PAUSE}});
+	add_step(reader, entry, {frame, Control{GST_PAUSE}});
 }
 
 void read_resume(Reader &reader, std::uint32_t frame, const Value &entry)
 {
 	require_true(member(entry, "resume"));
-	reader.scene.steps.push_back({frame, Control{GST_PLAY}});
+	add_step(reader, entry, {frame, Control{GST_PLAY}});
 }
 
 void read_stop(Reader &reader, std::uint32_t frame, const Value &entry)
 {
 	require_true(member(entry, "stop"));
-	reader.scene.steps.push_back({frame, Stop{}});
+	add_step(reader, entry, {frame, Stop{}});
 }
 
 /* A whole file of NV12 frames without gaps between them. */
-std::vector<std::uint8_t> read_raw_file(const Value &value, std::size_t size)
+std::vector<std::uint8_t> read_raw_file(Reader &reader, const Value &value, std::size_t size)
 {
-	std::ifstream file(read_text(value), std::ios::binary);
-	std::vector<std::uint8_t> bytes(size);
-	file.read(reinterpret_cast<char *>(bytes.data()), static_cast<std::streamsize>(size));
-	if (!file)
+	const std::string path = read_text(value);
+	std::error_code error;
+	const std::uintmax_t found =
+	    std::filesystem::is_regular_file(path, error) ? std::filesystem::file_size(path, error) : 0;
+	if (error || found < size)
 		complain(value, "expected a file of at least " + std::to_string(size) +
-		                    " bytes for these frames, found " + std::to_string(file.gcount()));
+		                    " bytes for these frames, found " + std::to_string(error ? 0 : found));
+	reader.raw_pixels += size;
+	if (reader.raw_pixels > kMostPixels)
+		complain(value, "expected at most 1 GiB of raw frames in a scene");
+	std::vector<std::uint8_t> bytes(size);
+	std::ifstream file(path, std::ios::binary);
+	if (!file.read(reinterpret_cast<char *>(bytes.data()), static_cast<std::streamsize>(size)))
+		complain(value, "expected a file that can be read");
 	return bytes;
 }
 
@@ -231,11 +261,11 @@ void read_raw(Reader &reader, std::uint32_t frame, const Value &entry)
 
 	const std::size_t size = static_cast<std::size_t>(info.stride) * info.height +
 	                         info.width / 2 * 2 * (info.height / 2);
-	std::vector<std::uint8_t> &pixels =
-	    reader.scene.pixels.emplace_back(read_raw_file(member(entry, "file"), size * count));
+	std::vector<std::uint8_t> &pixels = reader.scene.pixels.emplace_back(
+	    read_raw_file(reader, member(entry, "file"), size * count));
 	for (std::uint32_t i = 0; i < count; ++i) {
 		info.praw = &pixels[i * size];
-		reader.scene.steps.push_back(
+		add_step(reader, entry,
 		    {frame + i * every, RawFrame{object, info, source && read_word(*source, kSources)}});
 	}
 }
@@ -322,6 +352,8 @@ Scene read_scene(const std::string &path)
 	Scene &scene = reader.scene;
 	const std::optional<Value> title = find_member(root, "title");
 	scene.title = title ? read_text(*title) : std::filesystem::path(path).stem().string();
+	if (title && scene.title.size() > kLongestTitle)
+		complain(*title, "expected a title of at most " + std::to_string(kLongestTitle) + " bytes");
 	scene.frames = read_count(member(root, "frames"), 1);
 	if (const auto handles = find_member(root, "handles")) {
 		for (const Value &handle : elements(*handles))

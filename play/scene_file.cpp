@@ -3,12 +3,22 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
-#include <iterator>
+#include <numeric>
+#include <utility>
 
 using nlohmann::json;
 
 namespace
 {
+
+/* What a scene may have; the largest of ours has a hundredth of each. */
+constexpr std::size_t kLargestFile = 2 << 20;
+constexpr std::size_t kDeepest = 16;
+constexpr std::size_t kMostValues = 200'000;
+constexpr std::size_t kLongestText = 1000;
+
+/* Of the parser's complaint, which repeats what it has read. */
+constexpr std::size_t kLongestComplaint = 200;
 
 /* Lets the listener below see how far the parser has read. */
 struct TrackingIterator {
@@ -84,9 +94,11 @@ public:
 	{
 		return leaf(1);
 	}
-	bool string(string_t &) override
+	bool string(string_t &text) override
 	{
-		return leaf(0);
+		leaf(0);
+		require_short(text);
+		return true;
 	}
 	bool binary(binary_t &) override
 	{
@@ -116,10 +128,10 @@ public:
 	}
 	bool key(string_t &name) override
 	{
+		require_short(name);
 		levels_.back().name = "/" + escaped(name);
 		if (file_->lines.contains(pointer()))
-			throw SceneError(file_->path + ":" + std::to_string(line(0)) + ": " + pointer() +
-			                 ": expected only once, found a second time");
+			complain_here("expected only once, found a second time");
 		return true;
 	}
 	bool parse_error(
@@ -128,7 +140,8 @@ public:
 		std::string text = error.what();
 		text.erase(0, text.find("] ") + 2);
 		text.erase(0, text.find(": ") + 2);
-		throw SceneError(file_->path + ":" + std::to_string(line(0)) + ": " + text);
+		throw SceneError(
+		    file_->path + ":" + std::to_string(line(0)) + ": " + text.substr(0, kLongestComplaint));
 	}
 
 private:
@@ -156,8 +169,25 @@ private:
 		return line_;
 	}
 
+	[[noreturn]] void complain_here(const std::string &text)
+	{
+		throw SceneError(
+		    file_->path + ":" + std::to_string(line(0)) + ": " + pointer() + ": " + text);
+	}
+
+	void require_short(const std::string &text)
+	{
+		if (text.size() > kLongestText)
+			complain_here("expected a text of at most " + std::to_string(kLongestText) +
+			              " characters, found " + std::to_string(text.size()));
+	}
+
 	void begin_value(int characters_ahead)
 	{
+		if (levels_.size() >= kDeepest)
+			complain_here("expected at most " + std::to_string(kDeepest) + " levels");
+		if (file_->lines.size() >= kMostValues)
+			complain_here("expected at most " + std::to_string(kMostValues) + " values in a scene");
 		if (!levels_.empty() && levels_.back().is_array)
 			levels_.back().name = "/" + std::to_string(levels_.back().next++);
 		file_->lines[pointer()] = line(characters_ahead);
@@ -199,14 +229,55 @@ std::string listed(const Names &names)
 	return text;
 }
 
+/* So many bytes at most. */
+std::string read_start(const std::string &path, std::size_t size)
+{
+	std::ifstream stream(path, std::ios::binary);
+	std::string text(size, '\0');
+	stream.read(text.data(), static_cast<std::streamsize>(size));
+	if (!stream.eof() && !stream)
+		throw SceneError(path + ": expected a scene file, found nothing that can be read");
+	text.resize(static_cast<std::size_t>(stream.gcount()));
+	return text;
+}
+
+/* How many letters have to be put in, taken out or exchanged. */
+std::size_t distance(std::string_view a, std::string_view b)
+{
+	std::vector<std::size_t> row(b.size() + 1);
+	std::iota(row.begin(), row.end(), std::size_t(0));
+	for (std::size_t i = 0; i < a.size(); ++i) {
+		std::size_t diagonal = std::exchange(row[0], i + 1);
+		for (std::size_t k = 0; k < b.size(); ++k) {
+			const std::size_t exchanged = diagonal + (a[i] == b[k] ? 0 : 1);
+			diagonal = row[k + 1];
+			row[k + 1] = std::min({exchanged, diagonal + 1, row[k] + 1});
+		}
+	}
+	return row.back();
+}
+
+/* A question for the name that may have been meant, or nothing. */
+template <class Names>
+std::string did_you_mean(std::string_view found, const Names &names)
+{
+	constexpr std::size_t kFarthest = 3;
+	const auto to_found = [found](std::string_view name) { return distance(found, name); };
+	const auto nearest = std::ranges::min_element(names, {}, to_found);
+	if (nearest == std::ranges::end(names) || to_found(*nearest) > kFarthest ||
+	    to_found(*nearest) >= found.size())
+		return "";
+	return ", did you mean \"" + std::string(*nearest) + "\"?";
+}
+
 } // namespace
 
 SceneFile read_scene_file(const std::string &path)
 {
-	std::ifstream stream(path, std::ios::binary);
-	const std::string text{std::istreambuf_iterator<char>(stream), {}};
-	if (!stream)
-		throw SceneError(path + ": expected a scene file, found nothing that can be read");
+	const std::string text = read_start(path, kLargestFile + 1);
+	if (text.size() > kLargestFile)
+		throw SceneError(path + ":1: expected a scene of at most " + std::to_string(kLargestFile) +
+		                 " bytes, found a longer one");
 
 	SceneFile file{.path = path};
 	const char *read_up_to = text.data();
@@ -235,8 +306,8 @@ void require_members(const Value &value, std::span<const std::string_view> allow
 		complain_of_kind(value, "an object { }");
 	for (const auto &[name, unused] : value.json->items()) {
 		if (std::find(allowed.begin(), allowed.end(), name) == allowed.end())
-			complain(
-			    *find_member(value, name), "unknown field, expected one of " + listed(allowed));
+			complain(*find_member(value, name),
+			    "unknown field, expected one of " + listed(allowed) + did_you_mean(name, allowed));
 	}
 }
 
@@ -289,6 +360,14 @@ float read_number(const Value &value)
 	return value.json->get<float>();
 }
 
+float read_fraction(const Value &value)
+{
+	const float number = read_number(value);
+	if (number < 0.0f || number > 1.0f)
+		complain_of_kind(value, "a number from 0 to 1");
+	return number;
+}
+
 std::uint32_t read_count(const Value &value, std::uint32_t lowest, std::uint32_t highest)
 {
 	const bool fits = value.json->is_number_unsigned() &&
@@ -310,7 +389,9 @@ int read_word(const Value &value, std::span<const Word> words)
 	std::vector<std::string_view> names;
 	for (const Word &word : words)
 		names.push_back(word.name);
-	complain_of_kind(value, "one of " + listed(names));
+	const bool is_text = value.json->is_string();
+	complain(value, "expected one of " + listed(names) + ", found " + shown(value) +
+	                    (is_text ? did_you_mean(value.json->get<std::string>(), names) : ""));
 }
 
 std::vector<float> read_numbers(const Value &value, std::size_t count)

@@ -40,7 +40,8 @@ struct Word {
 
 /* All of these throw SceneError. */
 
-/* Reads a file. Also complains of a member that is given twice. */
+/* Reads a file. Also complains of a member that is given twice, and of a file that goes beyond what
+ * a scene can need: so the memory for any file is bounded. */
 SceneFile read_scene_file(const std::string &path);
 Value root_of(const SceneFile &file);
 
@@ -57,6 +58,7 @@ std::vector<Value> elements(const Value &array);
 std::string read_text(const Value &value);
 bool read_flag(const Value &value);
 float read_number(const Value &value);
+float read_fraction(const Value &value); /* from 0 to 1 */
 std::uint32_t read_count(const Value &value, std::uint32_t lowest = 0,
     std::uint32_t highest = std::numeric_limits<std::uint32_t>::max());
 int read_word(const Value &value, std::span<const Word> words);

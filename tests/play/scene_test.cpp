@@ -1,4 +1,5 @@
 /* What animation-play says of scenes that are wrong. Nothing is started for any of them. */
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -75,6 +76,13 @@ const BadScene kBadScenes[] = {
     {"no_action", kBox, R"({ "frame": 1 })", {"/timeline/0", "create, update, remove"}},
     {"two_actions", kBox, R"({ "frame": 1, "create": "box", "remove": "box" })",
         {"/timeline/0/remove", "one action"}},
+    {"backwards", R"({ "name": "a", "type": "ANI_FLASH", "rectangle": [0, 0, -9, 9] })", "",
+        {"/objects/0/rectangle", "above 0"}},
+    {"out_of_reach", R"({ "name": "a", "type": "ANI_FLASH", "rectangle": [5000, 0, 9, 9] })", "",
+        {"/objects/0/rectangle", "near the viewport"}},
+    {"too_bright", box("FLASH", kColour + ",\n\"on_alpha\": 1.5"), "",
+        {":5: /objects/0/on_alpha", "from 0 to 1", "1.5"}},
+    {"mistyped", box("FLASH", kColour + ",\n\"on_frmae\": 3"), "", {"did you mean \"on_frame\"?"}},
     {"play_without_video", kBox, kCreated + R"({ "frame": 1, "play": "127.0.0.1", "on": "box" })",
         {"/timeline/1/on", "ANI_VIDEO_GST"}},
 };
@@ -100,10 +108,68 @@ TEST(Scene, FaultsAreNamedWithFileAndLine)
 	}
 }
 
+std::string repeated(const char *text, int count)
+{
+	std::string result;
+	for (int i = 0; i < count; ++i)
+		result += text;
+	return result;
+}
+
+struct HostileScene {
+	const char *name;
+	std::string text;
+	const char *expected;
+};
+
+/* What no scene needs is refused before it takes memory. */
+TEST(Scene, HostileFilesTakeLittleMemory)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+	constexpr long kMost = 500'000; /* kB */
+#else
+	constexpr long kMost = 100'000;
+#endif
+	const std::string start = "{ \"frames\": 9, \"objects\": [";
+	const std::string timeline = "], \"timeline\": [\n";
+	const std::string create = "{ \"frame\": 0, \"create\": [";
+	const std::string object =
+	    R"({ "name": "box", "type": "ANI_FLASH", "rectangle": [0, 0, 9, 9],)" + kColour +
+	    R"(, "loopcnt": 1, "delonloopcnt": true })";
+	const HostileScene scenes[] = {
+	    {"brackets", repeated("[", 60'000), ":1: "},
+	    {"text", "{\n\"title\": \"" + repeated("abc", 1'000'000) + "\" }", ":1: "},
+	    {"shorter text", "{\n\"title\": \"" + repeated("abc", 500'000) + "\" }", ":2: /title"},
+	    {"objects", start + repeated("{},\n", 200'000) + "{}] }", "values"},
+	    {"numbers", start + repeated("0,", 900'000) + "0] }", "values"},
+	    {"actions",
+	        start + object + timeline + create + repeated("\"box\",", 150'000) + "\"box\"] }] }",
+	        ":2: /timeline/0"},
+	    {"raw file",
+	        start + R"({ "name": "box", "type": "ANI_VIDEO_RAW", "rectangle": [0, 0, 9, 9] })" +
+	            timeline + create + "\"box\"] },\n" +
+	            R"({ "frame": 1, "raw": "box", "file": "/dev/zero", "width": 4096,
+	                     "height": 4096, "count": 1000 }] })",
+	        ":3: /timeline/1/file"},
+	};
+	const Folder folder;
+	for (const HostileScene &scene : scenes) {
+		SCOPED_TRACE(scene.name);
+		const std::string path = folder.file("scene.json", scene.text);
+		const Outcome outcome = run_program("ANIMATION_PLAY", path);
+		EXPECT_EQ(outcome.status, 2);
+		EXPECT_NE(outcome.output.find(path + ":"), outcome.output.npos) << outcome.output;
+		EXPECT_NE(outcome.output.find(scene.expected), outcome.output.npos) << outcome.output;
+		EXPECT_EQ(std::ranges::count(outcome.output, '\n'), 1) << outcome.output;
+		EXPECT_LT(outcome.output.size(), 1000u);
+		EXPECT_LT(outcome.peak, kMost);
+	}
+}
+
 TEST(Scene, WrongArgumentsGetTheUsage)
 {
-	for (const char *arguments :
-	    {"", "--frames 3 x.json", "--offline --frames none x.json", "a b"}) {
+	for (const char *arguments : {"", "--frames 3 x.json", "--offline --frames none x.json", "a b",
+	         "--offline --record a.mp4 --record b.mp4 x.json"}) {
 		const Outcome outcome = run_program("ANIMATION_PLAY", arguments);
 		EXPECT_EQ(outcome.status, 2) << arguments;
 		EXPECT_NE(outcome.output.find("usage: animation-play"), std::string::npos) << arguments;

@@ -153,6 +153,10 @@ TEST(Scene, HostileFilesTakeLittleMemory)
 	        ":3: /timeline/1/file"},
 	};
 	const Folder folder;
+	Bytes claim = png({1, 1, 2 /* RGB */}, {1, 2, 3});
+	claim.resize(33); /* the first chunk, then one without its content */
+	claim.insert(claim.end(), {0x7f, 0xff, 0xff, 0xf0, 't', 'E', 'X', 't'});
+	folder.file("claim.png", claim);
 	for (const HostileScene &scene : scenes) {
 		SCOPED_TRACE(scene.name);
 		const std::string path = folder.file("scene.json", scene.text);

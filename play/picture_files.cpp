@@ -88,6 +88,13 @@ bool can_be_read(const std::string &path)
 	return std::filesystem::is_regular_file(path, error) && std::ifstream(path);
 }
 
+/* Of a picture of our own scenes, which the build draws. */
+static bool has_drawing(const std::string &path)
+{
+	const std::filesystem::path picture(path);
+	return can_be_read(picture.parent_path() / "pictures" / picture.stem() += ".svg");
+}
+
 PictureFormat picture_format(const std::string &path)
 {
 	if (path.ends_with(".bmp"))
@@ -97,6 +104,8 @@ PictureFormat picture_format(const std::string &path)
 
 std::string picture_fault(const std::string &path)
 {
+	if (!can_be_read(path) && has_drawing(path))
+		return "found only a drawing of it: play the copy of this scene in the build folder";
 	if (!can_be_read(path))
 		return "found nothing that can be read";
 	switch (picture_format(path)) {

@@ -44,6 +44,7 @@ void wait_until_gone(const Stage &stage, Watch &watch)
 /* Between Init and DeInit. */
 bool play_on_window(const Scene &scene, Watch &watch, std::string *error)
 {
+	/* On any thread: libwayland keeps requests apart, and a turn of the render thread sends it. */
 	xdg_surface_set_title(p_gwindow->xdg_surface, scene.title.c_str());
 	watch_compositor(watch);
 	Stage stage;

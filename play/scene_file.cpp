@@ -1,6 +1,7 @@
 #include <play/scene_file.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <fstream>
 #include <numeric>
@@ -229,6 +230,13 @@ std::string listed(const Names &names)
 	return text;
 }
 
+std::string on_one_line(std::string text)
+{
+	std::ranges::replace_if(
+	    text, [](unsigned char c) { return std::iscntrl(c) != 0; }, '?');
+	return text;
+}
+
 /* So many bytes at most. */
 std::string read_start(const std::string &path, std::size_t size)
 {
@@ -271,6 +279,10 @@ std::string did_you_mean(std::string_view found, const Names &names)
 }
 
 } // namespace
+
+SceneError::SceneError(std::string text) : std::runtime_error(on_one_line(std::move(text)))
+{
+}
 
 SceneFile read_scene_file(const std::string &path)
 {

@@ -14,9 +14,10 @@
 
 #include <nlohmann/json.hpp>
 
-/* What is wrong with a scene, as one line for the user. */
+/* What is wrong with a scene, as one line for the user: control characters of names in it are shown
+ * as question marks. */
 struct SceneError : std::runtime_error {
-	using std::runtime_error::runtime_error;
+	explicit SceneError(std::string text);
 };
 
 struct SceneFile {

@@ -145,6 +145,9 @@ TEST(Scene, HostileFilesTakeLittleMemory)
 	    {"actions",
 	        start + object + timeline + create + repeated("\"box\",", 150'000) + "\"box\"] }] }",
 	        ":2: /timeline/0"},
+	    {"picture", start + textured(R"("files": ["claim.png"])") + timeline + "] }",
+	        "without an alpha"},
+	    {"lines", "{ \"a\\nb\": 1 }", ":1: /a?b: unknown"},
 	    {"raw file",
 	        start + R"({ "name": "box", "type": "ANI_VIDEO_RAW", "rectangle": [0, 0, 9, 9] })" +
 	            timeline + create + "\"box\"] },\n" +

@@ -15,9 +15,6 @@ constexpr std::chrono::milliseconds kPollInterval(5);
 /* A stop is bounded by the player; this is for a source that hangs all the same. */
 constexpr std::chrono::seconds kLongestStop(10);
 
-/* What the functions that make a texture of a file answer where they cannot. */
-constexpr GLuint kFailedHandle = 0xFFFFFFFF;
-
 /* A frame's two textures are the object's until it has taken the next ones; then they are to be
  * deleted here. Twice two can be in use. */
 constexpr std::size_t kPlanesInUse = 4;
@@ -176,7 +173,7 @@ bool open_stage(Stage *stage, const Scene &scene, std::string *error)
 		stage->records.emplace_back(*object.kind);
 	for (const Handle &handle : scene.handles) {
 		const GLuint texture = make_handle(handle);
-		if (texture == kFailedHandle) {
+		if (texture == ANIMATION_NO_HANDLE) {
 			*error = "handle \"" + handle.name + "\": the library refused to load it";
 			return false;
 		}

@@ -778,7 +778,9 @@ int load_texture_bmp(GLuint tex, const char *filename);
 
 /* From a PNG file with an alpha channel or a transparent colour, of at most 2304 x 2304 pixels.
  * Fails with -2 if the signature cannot be read, with -3 if it is no PNG file, with -4 if there is
- * no memory for the pixels, else with -1. An opaque PNG file gives -1. */
+ * no memory for the pixels, else with -1. An opaque PNG file gives -1. All that a file holds beside
+ * its pixels is skipped: a load needs the memory of the pixels twice, GL's copy included, and a few
+ * megabytes. */
 int load_texture_png(GLuint tex, const char *filename);
 
 /* ---- Coordinates: pure functions, any thread ------------------------------------------------ */

@@ -15,6 +15,13 @@ namespace
 
 constexpr Pixel kMarker = {1, 2, 3, 4};
 
+/* A size from the kernel's account of this process. */
+std::size_t status_bytes(const char *name)
+{
+	const std::string status = read_file("/proc/self/status");
+	return std::stoul(status.substr(status.find(name) + strlen(name))) * 1024;
+}
+
 struct ImageLoadingTest : OffscreenTest {
 	Folder folder;
 	GLuint texture = solid_texture(kMarker);
@@ -41,6 +48,16 @@ struct ImageLoadingTest : OffscreenTest {
 		const int result = loader(texture, path.c_str());
 		printed = testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
 		return result;
+	}
+
+	/* The same for a PNG; the most bytes that the process had beside those before. */
+	std::size_t growth(const Bytes &content, int expected)
+	{
+		malloc_trim(0);
+		std::ofstream("/proc/self/clear_refs") << 5; /* the peak begins anew */
+		const std::size_t before = status_bytes("VmRSS:");
+		EXPECT_EQ(load(load_texture_png, content), expected);
+		return status_bytes("VmHWM:") - before;
 	}
 
 	bool is_untouched()
@@ -165,17 +182,24 @@ TEST_F(ImageLoadingTest, SurvivesDamagedPictures)
 	}
 	EXPECT_GT(refused, 300);
 
-	/* Chunks that claim gigabytes, of a known and of an unknown kind. */
-	for (const char *kind : {"iCCP", "zTXt", "IDAT", "abCd"}) {
+	for (const auto &[width, height] : {std::pair{2305u, 100u}, {2305u, 2305u}})
+		expect_harmless(png({width, height, PNG_COLOR_TYPE_GRAY_ALPHA}, Bytes(4610)), -1);
+}
+
+/* A picture needs its pixels twice, and a little, whatever else its file holds or claims. */
+TEST_F(ImageLoadingTest, TakesNoMoreMemoryThanThePixels)
+{
+	constexpr std::size_t kLittle = 8 << 20;
+	const Bytes whole = png({24, 17, PNG_COLOR_TYPE_RGBA}, Bytes(24 * 4));
+	for (const char *kind : {"tEXt", "iCCP", "zTXt", "eXIf", "IDAT", "abCd"}) {
 		Bytes huge = whole;
 		const Bytes length = {0x7F, 0xFF, 0xFF, 0xF0};
 		huge.insert(huge.begin() + 33, kind, kind + 4);
 		huge.insert(huge.begin() + 33, length.begin(), length.end());
-		expect_harmless(huge, -1);
+		EXPECT_LT(growth(huge, -1), kLittle) << kind;
 	}
-	for (const auto &[width, height] : {std::pair{2305u, 100u}, {2305u, 2305u}})
-		expect_harmless(png({width, height, PNG_COLOR_TYPE_GRAY_ALPHA}, Bytes(4610)), -1);
-	EXPECT_EQ(load(load_texture_png, png({2304, 2304, PNG_COLOR_TYPE_GRAY_ALPHA}, Bytes(4608))), 0);
+	const Bytes largest = png({2304, 2304, PNG_COLOR_TYPE_GRAY_ALPHA}, Bytes(4608));
+	EXPECT_LT(growth(largest, 0), std::size_t{2} * 2304 * 2304 * 4 + kLittle);
 }
 
 } // namespace

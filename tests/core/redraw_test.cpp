@@ -1,4 +1,14 @@
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <files.h>
 #include <offscreen_test.h>
+
+namespace fs = std::filesystem;
 
 /* Whole turns of the render loop: what is drawn when, and cleared and swapped. */
 
@@ -90,6 +100,53 @@ TEST_F(RedrawTest, SwapsOnlyWhatWasDrawn)
 	EXPECT_FALSE(animationItemHead);
 	EXPECT_EQ(gpuRender_framecnt, swapped + 2);
 	EXPECT_EQ(window->frames, frames + 4);
+}
+
+/* A pipe, a link and a full disk: nothing is written where no whole capture can be. */
+TEST_F(RedrawTest, CapturesIntoWholeRegularFiles)
+{
+	if (std::string(CAPTURE_DIR) == "/data/capture")
+		GTEST_SKIP() << "captures go to the unit's folder in this build";
+	fs::create_directories(CAPTURE_DIR);
+	std::ofstream(CAPTURE_MARKER).put('x');
+	const Folder folder;
+	const std::string victim = folder.file("victim", std::string("kept"));
+	create_image(1000);
+	auto next_capture = [] {
+		const fs::path path =
+		    fs::path(CAPTURE_DIR) / (std::to_string(gpuRender_framecnt + 1) + ".raw");
+		fs::remove(path);
+		return path;
+	};
+
+	fs::path capture = next_capture();
+	ASSERT_EQ(mkfifo(capture.c_str(), 0600), 0);
+	EXPECT_TRUE(turn());
+	EXPECT_TRUE(fs::is_fifo(capture));
+
+	capture = next_capture();
+	fs::create_symlink(victim, capture);
+	EXPECT_TRUE(turn());
+	EXPECT_EQ(read_file(victim), "kept");
+
+	capture = next_capture();
+	const auto handler = signal(SIGXFSZ, SIG_IGN);
+	rlimit limit;
+	getrlimit(RLIMIT_FSIZE, &limit);
+	const rlimit one_megabyte = {1 << 20, limit.rlim_max};
+	setrlimit(RLIMIT_FSIZE, &one_megabyte);
+	EXPECT_TRUE(turn());
+	setrlimit(RLIMIT_FSIZE, &limit);
+	signal(SIGXFSZ, handler);
+	EXPECT_FALSE(fs::exists(capture));
+
+	capture = next_capture();
+	std::ofstream(capture).put('x');
+	fs::resize_file(capture, 6000000); /* of an earlier run */
+	EXPECT_TRUE(turn());
+	EXPECT_EQ(fs::file_size(capture), 5308416U);
+	fs::remove(CAPTURE_MARKER);
+	fs::remove_all(CAPTURE_DIR);
 }
 
 } // namespace

@@ -1,6 +1,14 @@
+#include <semaphore>
+#include <thread>
+
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <base/lock.h>
 #include <gl_watch.h>
 #include <offscreen_test.h>
 #include <picture_files.h>
+#include <wait.h>
 
 /* Who owns which texture. */
 
@@ -69,6 +77,40 @@ TEST_F(TexturesTest, MakesHandlesFromPixelsAndFiles)
 	DeleteTexture(CreateTexture(1, 1, GL_RGBA, &expected)); /* a handle all the same */
 	DeleteTexture(0);
 	EXPECT_EQ(made(), 0U);
+}
+
+/* A file is read and decoded while a frame holds the lock. */
+TEST_F(TexturesTest, DecodesBeforeItTakesTheLock)
+{
+	const Folder folder;
+	struct Case {
+		GLuint (*create)(const char *);
+		std::string file;
+		int readings;
+	};
+	for (const Case &c : {Case{CreateTextureByName, folder.file("a.bmp", bmp({}, Bytes(4))), 2},
+	         {CreateTextureByPng, folder.file("a.png", png({1, 1, 6}, Bytes(4))), 1}}) {
+		const int watch = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
+		inotify_add_watch(watch, c.file.c_str(), IN_OPEN | IN_CLOSE_NOWRITE);
+		std::binary_semaphore locked(0);
+		int readings = 0;
+		std::thread frame([&] {
+			const ListLock lock;
+			locked.release();
+			inotify_event event;
+			wait_until([&] {
+				while (read(watch, &event, sizeof(event)) == sizeof(event))
+					readings += event.mask == IN_CLOSE_NOWRITE;
+				return readings == c.readings;
+			});
+		});
+		locked.acquire();
+		const GLuint handle = c.create(c.file.c_str());
+		frame.join();
+		EXPECT_EQ(readings, c.readings);
+		DeleteTexture(handle);
+		close(watch);
+	}
 }
 
 TEST_F(TexturesTest, ChangesOwnersWithTheMode)

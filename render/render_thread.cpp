@@ -82,6 +82,8 @@ void store_running(RunState state)
 /* Moves from the first turn to running, unless somebody has asked to stop in the meantime. */
 void finish_first_turn()
 {
+	if (load_running() != kFirstTurn)
+		return;
 	int expected = kFirstTurn;
 	if (__atomic_compare_exchange_n(&running, &expected, static_cast<int>(kRunning), false,
 	        __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE))

@@ -76,6 +76,9 @@ TEST_F(LifeCycleTest, StacksObjectsAndKeepsTheLastPicture)
 	EXPECT_TRUE(eventually([&] { return last_eighths() == expected; }));
 
 	remove_all();
+	send_ping(*compositor, 1); /* the answer comes behind the last commit */
+	EXPECT_TRUE(await_record(
+	    *compositor, kLimit, [](const CompositorRecord &record) { return !record.pongs.empty(); }));
 	const std::uint64_t shown = pictures();
 	EXPECT_TRUE(await_turns(3));
 	EXPECT_EQ(pictures(), shown);

@@ -13,12 +13,22 @@
  * it has let go of the buffer. */
 constexpr guint kRing = 8;
 
+struct Pool {
+	GstBufferPool *buffers;
+	guint size; /* bytes of a frame */
+};
+
+struct Pools {
+	Pool current;
+	Pool previous; /* from before a change of size */
+	guint frames;  /* since that */
+};
+
 struct AnimationPaddedFrames {
 	GstBaseTransform parent;
 	GstVideoInfo input;
 	PaddedPicture picture;
-	GstBufferPool *pool; /* one of pools */
-	GHashTable *pools;   /* bytes of a frame -> GstBufferPool */
+	Pools pools;
 };
 struct AnimationPaddedFramesClass {
 	GstBaseTransformClass parent;
@@ -33,15 +43,19 @@ static AnimationPaddedFrames *self_of(gpointer object)
 
 /* ---- Pools ---------------------------------------------------------------------------------- */
 
-static void close_pool(gpointer pool)
+static void close_pool(Pool &pool)
 {
-	gst_buffer_pool_set_active(static_cast<GstBufferPool *>(pool), FALSE);
-	gst_object_unref(pool);
+	if (pool.buffers) {
+		gst_buffer_pool_set_active(pool.buffers, FALSE);
+		gst_object_unref(pool.buffers);
+	}
+	pool = {};
 }
 
-static GHashTable *new_pools()
+static void close_pools(Pools &pools)
 {
-	return g_hash_table_new_full(nullptr, nullptr, nullptr, close_pool);
+	close_pool(pools.current);
+	close_pool(pools.previous);
 }
 
 /* A frame on its way to the screen when the playback ends is imported after it. So the descriptors
@@ -49,16 +63,13 @@ static GHashTable *new_pools()
 static void retire_pools(AnimationPaddedFrames *self)
 {
 	static GMutex lock;
-	static GHashTable *retired;
-	self->pool = nullptr;
-	if (g_hash_table_size(self->pools) == 0)
+	static Pools retired;
+	if (!self->pools.current.buffers)
 		return; /* an element that never had a frame */
 	g_mutex_lock(&lock);
 	std::swap(retired, self->pools);
 	g_mutex_unlock(&lock);
-	if (self->pools)
-		g_hash_table_unref(self->pools);
-	self->pools = new_pools();
+	close_pools(self->pools);
 }
 
 /* The stock pool gives out its free buffers in the order in which they came back. */
@@ -80,18 +91,30 @@ static GstBufferPool *open_pool(GstCaps *caps, guint size)
 
 static bool select_pool(AnimationPaddedFrames *self, GstCaps *caps, guint size)
 {
-	self->pool =
-	    static_cast<GstBufferPool *>(g_hash_table_lookup(self->pools, GUINT_TO_POINTER(size)));
-	if (self->pool)
+	Pools &pools = self->pools;
+	if (pools.current.size == size)
 		return true;
-	self->pool = open_pool(caps, size);
-	if (!self->pool) {
+	std::swap(pools.current, pools.previous);
+	pools.frames = 0;
+	if (pools.current.size == size)
+		return true;
+	close_pool(pools.current);
+	GstBufferPool *buffers = open_pool(caps, size);
+	if (!buffers) {
 		GST_ELEMENT_ERROR(self, RESOURCE, NO_SPACE_LEFT, ("no memory for decoded pictures"),
 		    ("%u pictures of %u bytes", kRing, size));
 		return false;
 	}
-	g_hash_table_insert(self->pools, GUINT_TO_POINTER(size), self->pool);
+	pools.current = {buffers, size};
 	return true;
+}
+
+/* The receiver has had as many frames of the new size as may pass between a frame and its import.
+ */
+static void close_previous_pool(Pools &pools)
+{
+	if (pools.previous.buffers && ++pools.frames > kRing)
+		close_pool(pools.previous);
 }
 
 /* ---- Caps ------------------------------------------------------------------------------------ */
@@ -160,8 +183,10 @@ static gboolean decide_allocation(GstBaseTransform *, GstQuery *)
 static GstFlowReturn prepare_output_buffer(
     GstBaseTransform *transform, GstBuffer *input, GstBuffer **output)
 {
+	Pools &pools = self_of(transform)->pools;
+	close_previous_pool(pools);
 	const GstFlowReturn result =
-	    gst_buffer_pool_acquire_buffer(self_of(transform)->pool, output, nullptr);
+	    gst_buffer_pool_acquire_buffer(pools.current.buffers, output, nullptr);
 	if (result == GST_FLOW_OK)
 		gst_buffer_copy_into(*output, input,
 		    static_cast<GstBufferCopyFlags>(GST_BUFFER_COPY_FLAGS | GST_BUFFER_COPY_TIMESTAMPS), 0,
@@ -225,7 +250,7 @@ static GstStateChangeReturn change_state(GstElement *element, GstStateChange cha
 
 static void finalize(GObject *object)
 {
-	g_hash_table_unref(self_of(object)->pools);
+	close_pools(self_of(object)->pools);
 	G_OBJECT_CLASS(animation_padded_frames_parent_class)->finalize(object);
 }
 
@@ -252,9 +277,8 @@ static void animation_padded_frames_class_init(AnimationPaddedFramesClass *type)
 	G_OBJECT_CLASS(type)->finalize = finalize;
 }
 
-static void animation_padded_frames_init(AnimationPaddedFrames *self)
+static void animation_padded_frames_init(AnimationPaddedFrames *)
 {
-	self->pools = new_pools();
 }
 
 GstElement *padded_frames_new()

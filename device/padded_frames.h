@@ -4,8 +4,9 @@
  * GstVideoCropMeta.
  *
  * The descriptors it has handed out stay open until it has gone to NULL and all its buffers have
- * come back, also over a flush and a change of caps, since a receiver may keep a number after it
- * has let go of the buffer. Of the free buffers the one that came back first is written next.
+ * come back, also over a flush, since a receiver may keep a number after it has let go of the
+ * buffer. After a change of size those of the old one are closed eight frames later. Of the free
+ * buffers the one that came back first is written next.
  */
 #pragma once
 

@@ -147,18 +147,22 @@ TEST_F(Decoder, KeepsDescriptorsOpenToTheEndAndRewritesTheOldestFirst)
 	EXPECT_LE(open_descriptors(), descriptors + 12) << "those of the last run alone";
 }
 
-TEST_F(Decoder, TakesAChangeOfSize)
+TEST_F(Decoder, TakesAChangeOfSizeAndClosesTheOldDescriptors)
 {
-	const Pipeline pipeline(std::string("concat name=both") + kDecoder + " " + stream(64, 48, 4) +
-	                        " ! both. " + stream(320, 180, 4) + " ! both.");
+	const Pipeline pipeline(std::string("concat name=both") + kDecoder + " max-buffers=1 " +
+	                        stream(64, 48, 4) + " ! both. " + stream(320, 180, 12) + " ! both.");
 	std::vector<int> fds;
 	while (const SamplePtr sample = pipeline.next_sample()) {
 		const Frame frame(sample);
 		EXPECT_EQ(frame.crop.width, fds.size() < 4 ? 64u : 320u);
 		fds.push_back(frame.fd);
+		if (fds.size() == 8) {
+			EXPECT_TRUE(std::ranges::all_of(fds, is_open)) << "for frames on their way";
+		}
 	}
-	EXPECT_EQ(fds.size(), 8u);
-	EXPECT_TRUE(std::ranges::all_of(fds, is_open));
+	EXPECT_EQ(fds.size(), 16u);
+	EXPECT_TRUE(std::none_of(fds.begin(), fds.begin() + 4, is_open));
+	EXPECT_TRUE(std::all_of(fds.begin() + 4, fds.end(), is_open));
 }
 
 } // namespace

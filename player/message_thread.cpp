@@ -1,4 +1,5 @@
 /* The thread that looks after a playback: bus, position timer, end. */
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -10,6 +11,9 @@ namespace
 {
 
 constexpr guint kPositionInterval = 30; /* milliseconds */
+
+/* More than a frame may have, with all that comes beside it. */
+constexpr uint64_t kFruitlessBytes = 8 << 20;
 
 /* The step to PLAYING once the queue is full. */
 void decide_after_buffering(CustomData &player, GstElement *pipeline)
@@ -126,6 +130,27 @@ void read_position(CustomData &player, const GstElement *pipeline)
 	note_position(player, pipeline, guint64(position));
 }
 
+/* How much has been read since a buffer was last seen to come out, after the next look. */
+uint64_t note_read(CustomData &player, const GstElement *pipeline, uint64_t read)
+{
+	const std::lock_guard hold(player_lock);
+	if (player.pipeline != pipeline)
+		return 0;
+	const unsigned buffers = load(player.buffers);
+	if (std::exchange(player.seen_buffers, buffers) != buffers)
+		player.read_before = read;
+	return read - std::min(read, player.read_before);
+}
+
+/* An RTMP source that reads what is no RTMP may keep all of it. */
+void limit_reading(CustomData &player, const GstElement *pipeline)
+{
+	const Connection connection = connection_of(player, pipeline);
+	const uint64_t read = bytes_read(connection);
+	if (read > 0 && note_read(player, pipeline, read) > kFruitlessBytes)
+		hang_up(connection);
+}
+
 gboolean time_handler(gpointer user)
 {
 	auto &player = *static_cast<CustomData *>(user);
@@ -134,6 +159,7 @@ gboolean time_handler(gpointer user)
 		return state_of(player) == PlayState::kStopping;
 
 	repeat_early_quit(player);
+	limit_reading(player, pipeline.get());
 	decide_after_buffering(player, pipeline.get());
 	GstState cur = GST_STATE_NULL;
 	gst_element_get_state(pipeline.get(), &cur, nullptr, 0);

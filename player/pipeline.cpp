@@ -61,6 +61,12 @@ Elements take_elements(CustomData &player)
 	};
 }
 
+Connection take_connection(CustomData &player)
+{
+	const std::lock_guard hold(player_lock);
+	return std::exchange(player.connection, {});
+}
+
 /* The copied pointer's count, under the lock. */
 ElementRef ref(GstElement *element)
 {
@@ -121,6 +127,12 @@ ElementRef ref_parse(const CustomData &player, const GstElement *pipeline)
 	return ref(player.pipeline == pipeline ? player.parse : nullptr);
 }
 
+Connection connection_of(const CustomData &player, const GstElement *pipeline)
+{
+	const std::lock_guard hold(player_lock);
+	return player.pipeline == pipeline ? player.connection : Connection();
+}
+
 void set_pipeline_state(const CustomData &player, GstElement *pipeline, GstState state)
 {
 	if (!is_in_use(player, pipeline))
@@ -139,7 +151,7 @@ void bring_down(CustomData &player)
 	if (!pipeline)
 		return;
 
-	end_reading(std::exchange(player.connection, {}), pipeline.get());
+	end_reading(take_connection(player), pipeline.get());
 
 	/* A source may still not let go. The appsink is down long before, since a state change goes
 	 * from the sink to the source. */

@@ -19,6 +19,9 @@ using ElementRef = std::unique_ptr<GstElement, UnrefObject>;
 ElementRef ref_pipeline(const CustomData &player);
 ElementRef ref_parse(const CustomData &player, const GstElement *pipeline);
 
+/* A copy; no connection, once the pipeline is not the player's any more. */
+Connection connection_of(const CustomData &player, const GstElement *pipeline);
+
 /* Asks for a state; nothing happens once the pipeline is on its way down. */
 void set_pipeline_state(const CustomData &player, GstElement *pipeline, GstState state);
 

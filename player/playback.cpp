@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include <gst/app/gstappsink.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 
 #include <animation/animation.h>
@@ -71,6 +72,14 @@ void prepare_gstreamer()
 	gst_debug_set_default_threshold(GST_LEVEL_WARNING);
 }
 
+void note_connection(const Connection &connection)
+{
+	const std::lock_guard hold(player_lock);
+	data.connection = connection;
+	data.read_before = 0;
+	data.seen_buffers = load(data.buffers);
+}
+
 /* The registration stays: it may have been made before the start. */
 void reset_player(SourceKind source)
 {
@@ -79,7 +88,7 @@ void reset_player(SourceKind source)
 	store(data.is_first_frame, FALSE);
 	data.thread = 0;
 	data.source = source;
-	data.connection = {};
+	note_connection({});
 	change_state(data, PlayState::kStarting);
 }
 
@@ -126,16 +135,32 @@ bool build_pipeline(const char *uri)
 	return true;
 }
 
-bool start_pipeline(const Source &source, const char *uri)
+/* filesrc would wait for ever for the other end of a FIFO. What is not there it refuses itself. */
+bool is_no_file(const char *uri)
 {
-	const bool connects = source.kind == SourceKind::kRtmp;
-	const Connections before = connects ? open_connections() : Connections();
-	store(data.is_buffering, source.is_buffering);
+	struct stat status;
+	return stat(uri, &status) == 0 && !S_ISREG(status.st_mode);
+}
+
+StateChangeResult start_source(const Source &source, const char *uri)
+{
+	if (source.kind == SourceKind::kFile && is_no_file(uri))
+		return {true, GST_STATE_CHANGE_FAILURE};
+	if (source.kind != SourceKind::kRtmp)
+		return change_state_within(data.pipeline, source.first_state, kStartLimit);
+
+	const Connections before = open_connections();
+	count_buffers(data.pipeline, data.buffers);
 	const StateChangeResult change =
 	    change_state_within(data.pipeline, source.first_state, kStartLimit);
-	if (connects) /* also of a start that failed or takes too long */
-		data.connection = find_connection(before, uri);
-	if (change.result == GST_STATE_CHANGE_FAILURE) {
+	note_connection(find_connection(before, uri)); /* of a start that failed, too */
+	return change;
+}
+
+bool start_pipeline(const Source &source, const char *uri)
+{
+	store(data.is_buffering, source.is_buffering);
+	if (start_source(source, uri).result == GST_STATE_CHANGE_FAILURE) {
 		g_printerr("Unable to set the pipeline to the playing state.\n");
 		return false;
 	}

@@ -21,8 +21,10 @@
  *
  * RTMP. Ending an RTMP playback shuts down the read side of connections to its server that were
  * opened during start or stop. Open none of your own then. The player finds these connections by
- * the server's address and port. If the URI gives a host name, it finds them by the port alone. The
- * probe and this shutdown do not work with descriptors of 1024 and above: keep fewer files open.
+ * the server's address and port. If the URI gives a host name, it finds them by the port alone. A
+ * server that has sent 8 MB and nothing that belongs to a stream is hung up on, and an error ends
+ * the playback. The probe, this shutdown and that limit do not work with descriptors of 1024 and
+ * above: keep fewer files open.
  */
 #ifndef ANIMATION_PLAYER_H
 #define ANIMATION_PLAYER_H
@@ -76,6 +78,9 @@ typedef struct CustomData CustomData;
  * The URI becomes part of a GStreamer launch description. It must have no blanks. Never pass a URI
  * that you do not trust. The longest file name has 182 characters, the longest RTMP URI 115, the
  * longest address 13.
+ *
+ * A local file that exists and is no regular file is refused at once. RTP packets that hold no H.264
+ * are skipped. Packets that look like H.264 and cannot be decoded may end the playback by an error.
  *
  * Returns 0 if the playback has started. Later errors, such as a missing decoder, are only printed.
  * Returns 1 if a playback exists or has not fully ended; nothing changes. Returns -1 on failure,

@@ -22,6 +22,9 @@ CustomData data = {
     .loop = nullptr,
     .source = SourceKind::kFile,
     .connection = {},
+    .read_before = 0,
+    .seen_buffers = 0,
+    .buffers = 0,
 };
 
 std::mutex player_lock;

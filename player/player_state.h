@@ -74,11 +74,11 @@ enum class SourceKind { kFile, kRtmp, kUdp };
  * under it, too, and the message thread ends its loop and the registration under it, so that a stop
  * is never half-way then.
  *
- * player_lock guards pipeline, parse, grabber, terminate, loop and state. It is the innermost lock:
- * held to copy or exchange them and no longer. The reference that goes with a copied pointer is
- * counted under it, or the owner could let go in between; that is an atomic increment, and nothing
- * else of GStreamer or GLib is called under it. The thread of StartGSTPlay, then the message thread
- * own the pointers, and read them without it.
+ * player_lock guards pipeline, parse, grabber, terminate, state, loop, and connection with the two
+ * numbers below it. It is the innermost lock: held to copy or exchange them and no longer. The
+ * reference that goes with a copied pointer is counted under it, or the owner could let go in
+ * between; that is an atomic increment, and nothing else of GStreamer or GLib is called under it.
+ * The thread of StartGSTPlay, then the message thread own the pointers, and read them without it.
  *
  * timestramp and the two flags below it are words of their own, read and written as atomics.
  */
@@ -99,9 +99,13 @@ struct CustomData {
 	PlayState state;
 	GMainLoop *loop; /* the message thread's; NULL except while it holds one */
 
-	/* The thread of StartGSTPlay, then the message thread. */
 	SourceKind source;
-	Connection connection; /* of an RTMP source to its server */
+
+	/* Of an RTMP source. What it reads without giving anything lies in its memory. */
+	Connection connection; /* to its server */
+	uint64_t read_before;  /* bytes read from it when the last buffer was seen to come out */
+	unsigned seen_buffers;
+	unsigned buffers; /* that have come out; an atomic word */
 };
 
 extern CustomData data;

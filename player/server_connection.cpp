@@ -6,12 +6,15 @@
  */
 #include <player/server_connection.h>
 
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
 
 #include <arpa/inet.h>
+#include <linux/tcp.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 
@@ -82,30 +85,55 @@ bool is_connected(int fd, sockaddr_storage &peer)
 	       (peer.ss_family == AF_INET || peer.ss_family == AF_INET6);
 }
 
-bool has_running_source(GstElement *pipeline)
+/* The caller's own reference; NULL if there is no source, or one without the pad. */
+GstPad *pad_of_source(GstElement *pipeline)
 {
-	bool running = false;
+	GstPad *pad = nullptr;
 	GstIterator *sources = gst_bin_iterate_sources(GST_BIN(pipeline));
 	GValue item = G_VALUE_INIT;
-	while (gst_iterator_next(sources, &item) == GST_ITERATOR_OK) {
-		auto *source = static_cast<GstElement *>(g_value_get_object(&item));
-		GstPad *pad = gst_element_get_static_pad(source, "src");
-		running = running || gst_pad_get_task_state(pad) == GST_TASK_STARTED;
-		gst_object_unref(pad);
-		g_value_reset(&item);
-	}
+	if (gst_iterator_next(sources, &item) == GST_ITERATOR_OK)
+		pad = gst_element_get_static_pad(GST_ELEMENT(g_value_get_object(&item)), "src");
 	g_value_unset(&item);
 	gst_iterator_free(sources);
+	return pad;
+}
+
+bool has_running_source(GstElement *pipeline)
+{
+	GstPad *pad = pad_of_source(pipeline);
+	if (!pad)
+		return false;
+	const bool running = gst_pad_get_task_state(pad) == GST_TASK_STARTED;
+	gst_object_unref(pad);
 	return running;
 }
 
-/* Only the reading half: rtmpsrc takes its leave of the server in writing. */
-void hang_up(const Connections &fresh, const sockaddr_storage &server)
+GstPadProbeReturn count_one(GstPad *, GstPadProbeInfo *, gpointer count)
+{
+	std::atomic_ref(*static_cast<unsigned *>(count)).fetch_add(1, std::memory_order_relaxed);
+	return GST_PAD_PROBE_OK;
+}
+
+/* Only the reading half: rtmpsrc takes its leave of the server in writing. What goes on to come is
+ * still read; so little room is left for it that the reader soon finds nothing. */
+void end_input(int fd)
+{
+	const int smallest = 1;
+	setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &smallest, sizeof smallest);
+	shutdown(fd, SHUT_RD);
+}
+
+bool is_open(const Connection &connection)
+{
+	return connection.fd != -1 && inode_of(connection.fd) == connection.inode;
+}
+
+void hang_up_all(const Connections &fresh, const sockaddr_storage &server)
 {
 	for (int fd = 0; fd < int(fresh.size()); ++fd) {
 		sockaddr_storage peer;
 		if (fresh[fd] && is_connected(fd, peer) && memcmp(&peer, &server, sizeof peer) == 0)
-			shutdown(fd, SHUT_RD);
+			end_input(fd);
 	}
 }
 
@@ -138,16 +166,43 @@ Connection find_connection(const Connections &before, const char *uri)
 	return fresh.count() > 1 ? Connection() : connection;
 }
 
+void count_buffers(GstElement *pipeline, unsigned &count)
+{
+	GstPad *pad = pad_of_source(pipeline);
+	if (!pad)
+		return;
+	gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, count_one, &count, nullptr);
+	gst_object_unref(pad);
+}
+
+uint64_t bytes_read(const Connection &connection)
+{
+	tcp_info info = {};
+	socklen_t length = sizeof info;
+	int waiting = 0;
+	if (!is_open(connection) ||
+	    getsockopt(connection.fd, IPPROTO_TCP, TCP_INFO, &info, &length) != 0 ||
+	    ioctl(connection.fd, FIONREAD, &waiting) != 0)
+		return 0;
+	return info.tcpi_bytes_received - uint64_t(waiting);
+}
+
+void hang_up(const Connection &connection)
+{
+	if (is_open(connection))
+		end_input(connection.fd);
+}
+
 void end_reading(const Connection &connection, GstElement *pipeline)
 {
 	if (connection.fd == -1)
 		return;
 	Connections others = open_connections();
-	if (inode_of(connection.fd) == connection.inode)
+	if (is_open(connection))
 		others.reset(connection.fd);
 	guint64 waited = 0;
 	do { /* at least once: a source that still connects has no task yet, but reads */
-		hang_up(open_connections() & ~others, connection.peer);
+		hang_up_all(open_connections() & ~others, connection.peer);
 		g_usleep(kPollInterval);
 		waited += kPollInterval;
 	} while (waited < kReadingEndLimit && has_running_source(pipeline));

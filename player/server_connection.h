@@ -2,6 +2,7 @@
 #pragma once
 
 #include <bitset>
+#include <cstdint>
 
 #include <gst/gst.h>
 #include <sys/select.h>
@@ -23,6 +24,15 @@ struct Connection {
 /* The one to the server of the URI that has come since, to be called right after rtmpsrc has opened
  * its own. */
 Connection find_connection(const Connections &before, const char *uri);
+
+/* Counts the buffers that come out of the source, on its thread: an atomic word. */
+void count_buffers(GstElement *pipeline, unsigned &count);
+
+/* How many bytes the source has read from it; 0 once it is closed. */
+uint64_t bytes_read(const Connection &connection);
+
+/* Ends its reading half, also against a server that never stops to send. */
+void hang_up(const Connection &connection);
 
 /* Gets the source out of its reading, where its connection was found. */
 void end_reading(const Connection &connection, GstElement *pipeline);

@@ -2,6 +2,7 @@
 #include <thread>
 
 #include <dlfcn.h>
+#include <sys/stat.h>
 
 #include "playback.h"
 
@@ -43,6 +44,9 @@ TEST_F(Playback, RefusesWhatItCannotStart)
 {
 	Caught err(2);
 	const std::string a182(178, 'a');
+	const Folder folder;
+	const std::string fifo = folder / "x.mp4";
+	ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
 	struct {
 		std::string uri;
 		std::string out;
@@ -51,6 +55,7 @@ TEST_F(Playback, RefusesWhatItCannotStart)
 	    {"rtmp://127.0.0.1/application/live/x", "", ""},
 	    {"/" + a182 + ".mp4", "can not support this uri /aaa", ""},
 	    {a182 + ".mp4", "", "Unable to set the pipeline to the playing state.\n"},
+	    {fifo, "", "Unable to set the pipeline to the playing state.\n"},
 	    {"rtmp" + std::string(112, 'a'), "can not support this uri rtmpaaa", ""},
 	    {"127.000.000.01", "ERROR: can not support this uri 127.000.000.01\n", ""},
 	    {"x.mp4 (", "ERROR: can not support this uri x.mp4 (\n", ""},
@@ -61,7 +66,9 @@ TEST_F(Playback, RefusesWhatItCannotStart)
 		SCOPED_TRACE(uri);
 		out.clear();
 		err.clear();
+		const gint64 start = g_get_monotonic_time();
 		ASSERT_EQ(StartGSTPlay(uri.c_str()), -1);
+		EXPECT_LT(g_get_monotonic_time() - start, 3 * G_USEC_PER_SEC);
 		EXPECT_TRUE(out.has(said)) << out.text();
 		EXPECT_TRUE(err.has(warned)) << err.text();
 		EXPECT_FALSE(is_up());

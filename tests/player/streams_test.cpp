@@ -1,6 +1,7 @@
 /* Real sources: an RTMP server with and without a publisher, RTP packets. */
 #include <csignal>
 #include <fstream>
+#include <future>
 #include <optional>
 #include <thread>
 
@@ -206,6 +207,42 @@ TEST_F(RtmpPlayback, GivesUpOnAServerThatSaysNothing)
 	EXPECT_TRUE(wait_until([&] { return threads() <= threads_before; }));
 	EXPECT_TRUE(wait_until([&] { return descriptors() <= descriptors_before; }));
 	server->send(SIGCONT);
+}
+
+/* A server that sends what is no RTMP for as long as it can; tells how much that was. */
+size_t send_garbage(int listener)
+{
+	const int fd = accept(listener, nullptr, nullptr);
+	const std::string garbage(100'000, 'B');
+	size_t sent = 0;
+	while (sent < 1'000'000'000) {
+		const ssize_t now = send(fd, garbage.data(), garbage.size(), MSG_NOSIGNAL);
+		if (now < 0)
+			break;
+		sent += now;
+	}
+	close(fd);
+	return sent;
+}
+
+TEST_F(Playback, HangsUpOnGarbage)
+{
+	Caught err(2);
+	const int listener = socket(AF_INET, SOCK_STREAM, 0);
+	const int yes = 1;
+	sockaddr_in at = {};
+	at.sin_family = AF_INET;
+	at.sin_port = htons(1935);
+	at.sin_addr.s_addr = inet_addr("127.0.7.4");
+	setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+	ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&at), sizeof at), 0);
+	ASSERT_EQ(listen(listener, 1), 0);
+	auto sent = std::async(std::launch::async, send_garbage, listener);
+	ASSERT_EQ(StartGSTPlay("rtmp://127.0.7.4/x/y"), 0);
+	EXPECT_TRUE(ends());
+	EXPECT_TRUE(err.has("ERROR from element rtmpsrc"));
+	EXPECT_LT(sent.get(), 300'000'000u); /* little of which has been read */
+	close(listener);
 }
 
 class RtpPlayback : public Playback

@@ -82,7 +82,9 @@ extern "C" {
  * needs this in both fields. */
 #define ANIMATION_NO_TEXTURE 128
 
-/* AnimationObj.curframeno of an object that has not started or is in its start delay. */
+/* AnimationObj.curframeno of an object that has not started or is in its start delay. An object can
+ * also reach this value by counting, after 22 minutes at 50 frames a second. An update for exactly
+ * that frame, unless it is UPD_MISC, rebuilds everything and starts the object again. */
 #define ANIMATION_NOT_STARTED 0xFFFFu
 
 /* ---- Enumerations ------------------------------------------------------------------------- */
@@ -229,7 +231,7 @@ typedef struct AnimationObj {
 	void *animationpara;         /* the object's own copy of the application's record */
 	RenderObj *renderobj;
 	volatile uint32_t curframeno;    /* frame within the animation, or ANIMATION_NOT_STARTED */
-	uint32_t cur_loopcnt;            /* cycles completed */
+	uint32_t cur_loopcnt;            /* cycles completed; wraps without effect if loopcnt is 0 */
 	volatile AnimationStatus status; /* a set of bits */
 	DeleteObjMode delmode;           /* mode of the requested removal */
 	struct AnimationObj *prev;       /* NULL at the head */
@@ -312,6 +314,8 @@ typedef struct Backgroud_animationpara {
  * - loopcnt 0: the cycle repeats for ever, and delonloopcnt has no effect.
  * - loopcnt k without delonloopcnt: the cycle plays k + 1 times. The object then stays as it is.
  * - loopcnt k with delonloopcnt: the cycle plays k times. The object then removes itself.
+ * - Counts are of 32 bits: the sum of a cycle's durations wraps, and an object that stays as it is
+ *   plays its cycle once more after 2^32 frames, more than two years.
  */
 typedef struct Flash_animationpara {
 	InPosition2D in_position2d; /* ANI_TEX_CUT reads texPosition2d too */
@@ -671,8 +675,8 @@ void GenAnimationFrame(unsigned int id, void *data);
 /* Frees an object and its GL objects. */
 void RemoveAnimationObjReal(unsigned int id);
 
-/* Returns a number from 0 to range - 1. The series of numbers is the same in every run. Each call
- * sets the seed of the C library's rand(). range must not be 0. */
+/* Returns a number from 0 to range - 1. The series of numbers is the same in every run and begins
+ * again after 2^32 calls. Each call sets the seed of the C library's rand(). range must not be 0. */
 unsigned int getrand(unsigned int range);
 
 /* ---- The functions of each type ------------------------------------------------------------ */

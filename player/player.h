@@ -132,7 +132,8 @@ gboolean IsFirstFrameStart(void);
 gboolean IsGSTStatePlaying(void);
 
 /* Returns the position in the stream in milliseconds. During playback it is at most 30 ms old,
- * otherwise it is the last one. ANIMATION_NO_POSITION means that no position is known yet. */
+ * otherwise it is the last one. ANIMATION_NO_POSITION means that no position is known yet. The
+ * position is cut to 32 bits: it is negative after 24.8 days and begins again at 0 after 49.7. */
 int GetGSTimeStramp(void);
 
 /* ---- The probe: any thread, no state --------------------------------------------------------- */

@@ -95,7 +95,7 @@ struct window {
 		GLuint sampler0;
 		GLuint sampler1;
 	} gl_video2;     /* the program for two NV12 planes */
-	uint32_t frames; /* calls of redraw so far; other threads may read it by an atomic load */
+	uint32_t frames; /* calls of redraw, modulo 2^32; other threads read it by an atomic load */
 	struct wl_egl_window *native;
 	struct wl_surface *surface;
 	struct xdg_surface *xdg_surface;

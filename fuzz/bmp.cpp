@@ -3,7 +3,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-	null_window();
+	fuzz_window();
 	const GLuint texture = CreateTextureByName(input_file(data, size));
 	if (texture != UINT32_MAX)
 		DeleteTexture(texture);

@@ -241,6 +241,13 @@ void with_record_of(AnimationType type, Bytes &bytes, Call call)
 	}
 }
 
+/* One turn; no number of swapped frames is one at which reports are due. */
+void turn()
+{
+	draw_turn(fuzz_window());
+	gpuRender_framecnt = 1;
+}
+
 /* Pixels live until they have been uploaded, so a frame follows whatever may have named some. */
 void create(Bytes &bytes)
 {
@@ -249,7 +256,7 @@ void create(Bytes &bytes)
 	const auto type = bytes.one_of<AnimationType>(ANI_MAX + 1);
 	with_record_of(type, bytes, [&](void *para) {
 		CreateAnimationObj(type, para);
-		draw_turn(null_window());
+		turn();
 	});
 }
 
@@ -261,7 +268,7 @@ void update(Bytes &bytes)
 		return UpdateAnimationObj(id, nullptr);
 	with_record_of(obj->animationtype, bytes, [&](void *para) {
 		UpdateAnimationObj(id, para);
-		draw_turn(null_window());
+		turn();
 	});
 }
 
@@ -286,7 +293,7 @@ void call_next(Bytes &bytes)
 	}
 	default:
 		for (unsigned int turns = bytes.below(8) + 1; turns; turns--)
-			draw_turn(null_window());
+			turn();
 		return;
 	}
 }
@@ -294,10 +301,10 @@ void call_next(Bytes &bytes)
 /* Videos wait for the backgrounds to go. */
 void remove_everything()
 {
-	for (int turn = 0; turn < 2; turn++) {
+	for (int round = 0; round < 2; round++) {
 		for (const AnimationObj *obj = animationItemHead; obj; obj = obj->next)
 			RemoveAnimationObj(obj->objId, DEL_IMMEDIATELY);
-		draw_turn(null_window());
+		turn();
 	}
 	if (animationItemHead)
 		abort();
@@ -307,7 +314,7 @@ void remove_everything()
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-	null_window();
+	fuzz_window();
 	for (GLuint &handle : handles)
 		if (!handle)
 			handle = CreateTexture(1, 1, GL_BGRA_EXT, nullptr);

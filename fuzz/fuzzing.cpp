@@ -7,7 +7,7 @@
 
 #include <bench/null_gl.h>
 
-OffscreenWindow &null_window()
+OffscreenWindow &fuzz_window()
 {
 	static OffscreenWindow *const window = [] {
 		null_gl_check(true);
@@ -28,6 +28,11 @@ const char *input_file(const std::uint8_t *data, std::size_t size)
 	if (ftruncate(fd, 0) != 0 || pwrite(fd, data, size, 0) != static_cast<ssize_t>(size))
 		abort();
 	return path.c_str();
+}
+
+std::size_t textures_alive()
+{
+	return null_gl_counts().textures;
 }
 
 void require_clean_gl(std::size_t textures)

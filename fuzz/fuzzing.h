@@ -13,10 +13,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
 /* A window on bench/null_gl with its checks on, opened by the first call and never closed. The
  * rate-limited reports are off, or writing them would be most of the work. */
-OffscreenWindow &null_window();
+OffscreenWindow &fuzz_window();
 
 /* Puts the input into a file and returns the file's path, the same one each time. */
 const char *input_file(const std::uint8_t *data, std::size_t size);
+
+std::size_t textures_alive();
 
 /* Ends the process unless this many textures are alive, no EGL image is, and GL has found nothing
  * to complain of: the input is then a finding. */

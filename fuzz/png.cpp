@@ -45,7 +45,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-	null_window();
+	fuzz_window();
 	const GLuint texture = CreateTextureByPng(input_file(data, size));
 	if (texture != UINT32_MAX)
 		DeleteTexture(texture);

@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 	if (size < sizeof request)
 		return 0;
 	memcpy(&request, data, sizeof request);
-	null_window();
+	fuzz_window();
 	const char *file = input_file(data + sizeof request, size - sizeof request);
 
 	const GLuint texture = CreateTexture(1, 1, GL_BGRA_EXT, nullptr);

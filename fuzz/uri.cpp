@@ -84,7 +84,7 @@ extern "C" const char *__asan_default_options()
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-	null_window();
+	fuzz_window();
 	const std::string uri(reinterpret_cast<const char *>(data), size);
 	started = uri.c_str();
 	if (StartGSTPlay(started) == 0)

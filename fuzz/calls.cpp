@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <span>
 #include <vector>
 
@@ -51,10 +52,12 @@ struct Bytes {
 struct Arrays {
 	std::vector<float> corners;
 	std::vector<float> cut;
-	std::vector<unsigned char> pixels;
 	BufferInfoGST descriptor = {};
 	BufferInfoRAW planes = {};
 };
+
+/* Pixels live until they have been uploaded, which a background can put off to the end. */
+std::deque<std::vector<unsigned char>> pixels;
 
 std::array<GLuint, 4> handles; /* made ahead of time; they outlive every object */
 
@@ -96,7 +99,7 @@ uint16_t texture_index(Bytes &bytes)
 	return static_cast<uint16_t>(index < 8 ? index : ANIMATION_NO_TEXTURE);
 }
 
-void read_textures(Bytes &bytes, Arrays &arrays, TextureArray &textures)
+void read_textures(Bytes &bytes, TextureArray &textures)
 {
 	constexpr uint32_t kFormats[] = {GL_RGB, GL_BGRA_EXT, GL_LUMINANCE, GL_LUMINANCE_ALPHA, 0};
 	constexpr uint32_t kManyTextures[] = {ANIMATION_MAX_GRADUAL_TEXTURES,
@@ -108,8 +111,8 @@ void read_textures(Bytes &bytes, Arrays &arrays, TextureArray &textures)
 	textures.alpha_index = texture_index(bytes);
 	const uint32_t width = bytes.below(kMaxPicture);
 	const uint32_t height = bytes.below(kMaxPicture);
-	arrays.pixels.resize(std::size_t{4} * width * height);
-	const TextureData picture = {arrays.pixels.data(), width, height, kFormats[bytes.below(5)]};
+	unsigned char *const image = pixels.emplace_back(std::size_t{4} * width * height).data();
+	const TextureData picture = {image, width, height, kFormats[bytes.below(5)]};
 	for (std::size_t i = 0; i < ANIMATION_MAX_TEXTURES; i++) {
 		textures.texids[i] = handles[i % handles.size()];
 		textures.texdata[i] = picture;
@@ -192,8 +195,7 @@ void read_own(Bytes &bytes, Arrays &arrays, VideoRAW_animationpara &para)
 	frame.width = bytes.below(kMaxPicture);
 	frame.height = bytes.below(kMaxPicture);
 	frame.stride = frame.width + bytes.below(4);
-	arrays.pixels.resize(std::size_t{2} * frame.stride * frame.height + 1);
-	frame.praw = arrays.pixels.data();
+	frame.praw = pixels.emplace_back(std::size_t{2} * frame.stride * frame.height + 1).data();
 	para.bufinfo = bytes.below(4) ? &frame : nullptr;
 }
 
@@ -208,7 +210,7 @@ void with_record(Bytes &bytes, Call call)
 	Arrays arrays;
 	read_strip(bytes, arrays, para.in_position2d);
 	if constexpr (requires { para.textures; })
-		read_textures(bytes, arrays, para.textures);
+		read_textures(bytes, para.textures);
 	else
 		para.texcoord = para.in_position2d.position2d;
 	read_own(bytes, arrays, para);
@@ -248,16 +250,12 @@ void turn()
 	gpuRender_framecnt = 1;
 }
 
-/* Pixels live until they have been uploaded, so a frame follows whatever may have named some. */
 void create(Bytes &bytes)
 {
 	if (FindAnimationObj(kMaxObjects - 1))
 		return;
 	const auto type = bytes.one_of<AnimationType>(ANI_MAX + 1);
-	with_record_of(type, bytes, [&](void *para) {
-		CreateAnimationObj(type, para);
-		turn();
-	});
+	with_record_of(type, bytes, [&](void *para) { CreateAnimationObj(type, para); });
 }
 
 void update(Bytes &bytes)
@@ -266,10 +264,7 @@ void update(Bytes &bytes)
 	const AnimationObj *obj = FindAnimationObj(id);
 	if (!obj)
 		return UpdateAnimationObj(id, nullptr);
-	with_record_of(obj->animationtype, bytes, [&](void *para) {
-		UpdateAnimationObj(id, para);
-		turn();
-	});
+	with_record_of(obj->animationtype, bytes, [&](void *para) { UpdateAnimationObj(id, para); });
 }
 
 void call_next(Bytes &bytes)
@@ -321,6 +316,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 	for (Bytes bytes = {{data, size}}; !bytes.empty();)
 		call_next(bytes);
 	remove_everything();
+	pixels.clear();
 	require_clean_gl(handles.size());
 	return 0;
 }

@@ -12,13 +12,6 @@ namespace
 
 using Floats = std::vector<float>;
 
-void expect_near(const Floats &seen, const Floats &expected, float tolerance)
-{
-	ASSERT_EQ(seen.size(), expected.size());
-	for (std::size_t i = 0; i < seen.size(); i++)
-		EXPECT_NEAR(seen[i], expected[i], tolerance) << "value " << i;
-}
-
 Floats converted(const Floats &pixels)
 {
 	Floats position(pixels.size() / 2 * 3);
@@ -31,9 +24,7 @@ TEST(Coordinates, FillTheViewportFromEdgeToEdge)
 	EXPECT_EQ(converted({0, 0, 1152, 576, 576, 288, 1152, 0, -1152, 864}),
 	    (Floats{-2, 1, -1, 2, -1, -1, 0, 0, -1, 2, 1, -1, -6, -2, -1}));
 	/* Divided in double and rounded once, then doubled. */
-	const auto x = static_cast<float>(2.0 * 333.25 / 1152.0 - 1.0);
-	EXPECT_EQ(converted({333.25f, 100.5f}),
-	    (Floats{x + x, static_cast<float>(1.0 - 2.0 * 100.5 / 576.0), -1}));
+	EXPECT_EQ(converted({333.25f, 100.5f}), (Floats{-0x1.af8e38p-1f, 0x1.4d5556p-1f, -1}));
 }
 
 TEST(Coordinates, SpreadATexture)
@@ -45,8 +36,10 @@ TEST(Coordinates, SpreadATexture)
 	GenTextureCoord(six.data(), 6, false);
 	EXPECT_EQ(six, (Floats{0, 1, 1, 1, 0, 0.5f, 1, 0.5f, 0, 0, 1, 0}));
 
-	GenTextureCoord_GRAD(six.data(), 6, 0, 0.6f, 1, 1);
-	expect_near(six, {0, 0.6f, 1, 0.6f, 0, 0.8f, 1, 0.8f, 0, 1, 1, 1}, 1e-7f);
+	Floats eight(16);
+	GenTextureCoord_GRAD(eight.data(), 8, 0, 0.1f, 1, 0.8f);
+	EXPECT_EQ(eight, (Floats{0, 0.1f, 1, 0.1f, 0, 0x1.555556p-2f, 1, 0x1.555556p-2f, 0,
+	                     0x1.222222p-1f, 1, 0x1.222222p-1f, 0, 0.8f, 1, 0.8f}));
 
 	const Floats cut = {-0.5f, 1.5f, 0.25f, 0.75f, 0, 1, -std::numeric_limits<float>::infinity(),
 	    std::numeric_limits<float>::infinity()};
@@ -66,17 +59,30 @@ TEST(Coordinates, StayFiniteOnShortStrips)
 	}
 }
 
+/* Moved by their own size, scaled, and turned counter-clockwise about the moved centre. A skewed
+ * quad is rebuilt upright from its first row's x and both rows' y. */
 TEST(Coordinates, MoveAQuad)
 {
-	/* Twice the size, half a width to the right, a height down, and turned counter-clockwise about
-	 * its moved centre. A skewed quad is rebuilt upright from its first row's x and both rows' y.
-	 */
+	struct Case {
+		Floats quad;
+		float angle, hshift, vshift, scale;
+		Floats expected;
+	};
 	const Floats skewed = {100, 200, 300, 190, 7, 100, 8, 9};
-	Floats position(12);
-	Gen3DPosition(skewed.data(), position.data(), 4, 90, 0.5f, -1, 2);
-	expect_near(position, converted({400, 450, 400, 50, 200, 450, 200, 50}), 1e-6f);
-	Gen3DPosition(skewed.data(), position.data(), 4, 30, 0, 0, 0);
-	expect_near(position, converted({200, 150, 200, 150, 200, 150, 200, 150}), 1e-6f);
+	const Floats uneven = {1131.7f, 269.2f, 493.4f, 649.1f, 368.1f, 860.2f, 445.8f, 451.3f};
+	for (const Case &c :
+	    {Case{skewed, 90, 0.5f, -1, 2, converted({400, 450, 400, 50, 200, 450, 200, 50})},
+	        {skewed, 30, 0, 0, 0, converted({200, 150, 200, 150, 200, 150, 200, 150})},
+	        {uneven, 0, 1.09f, 0.81f, 1,
+	            {-0x1.f1f1e4p-2f, -0x1.98cf16p+0f, -1, -0x1.59ee96p+1f, -0x1.98cf16p+0f, -1,
+	                -0x1.f1f1e4p-2f, -0x1.d31236p+1f, -1, -0x1.59ee96p+1f, -0x1.d31236p+1f, -1}},
+	        {uneven, -37.5f, 1.09f, 0.81f, 0.7f,
+	            {-0x1.156588p-1f, -0x1.433f2cp+1f, -1, -0x1.c5ca3ep+0f, -0x1.94b716p+0f, -1,
+	                -0x1.6a8f66p+0f, -0x1.d51e36p+1f, -1, -0x1.52d37p+1f, -0x1.5c3a92p+1f, -1}}}) {
+		Floats position(12);
+		Gen3DPosition(c.quad.data(), position.data(), 4, c.angle, c.hshift, c.vshift, c.scale);
+		EXPECT_EQ(position, c.expected) << c.angle;
+	}
 }
 
 TEST(Coordinates, TailorPixels)

@@ -1,172 +1,179 @@
 #include <algorithm>
-#include <cmath>
 
 #include <offscreen_test.h>
 
-/* The gradual display's masks as their textures hold them, against a second computation that goes
- * pixel by pixel. */
+/* The gradual display's masks as their textures hold them. */
 
 namespace
 {
 
 constexpr int kSize = 100;
+constexpr int kHalf = kSize / 2;
 
-std::uint8_t radial_cover(int line, int column, int pos)
+/* rand() of this program, the library included: gives out a script, or else the seed. */
+std::vector<unsigned int> seeds;
+std::vector<int> script;
+std::size_t next_of_script;
+
+} // namespace
+
+extern "C" void srand(unsigned int seed) noexcept
 {
-	const auto dist =
-	    static_cast<float>(std::sqrt((line - 50) * (line - 50) + (column - 50) * (column - 50)));
-	if (dist <= static_cast<float>(pos))
-		return 255;
-	if (dist >= static_cast<float>(pos + 20))
-		return 0;
-	return static_cast<std::uint8_t>((pos + 20 - static_cast<double>(dist)) * 255.0 / 20.0);
+	seeds.push_back(seed);
 }
 
-std::uint8_t straight_cover(int depth, int pos)
+extern "C" int rand() noexcept
 {
-	if (depth < pos)
-		return 255;
-	if (depth >= pos + 20)
-		return 0;
-	return static_cast<std::uint8_t>(static_cast<float>(pos + 19 - depth) * 255.0f / 19.0f);
+	if (script.empty())
+		return static_cast<int>(seeds.back());
+	return script[next_of_script++ % script.size()];
 }
 
-std::uint8_t cover(GraduallyDispMode mode, uint32_t n, uint32_t N, int line, int column)
+namespace
 {
-	const auto delta = mode == GRAD_CENTER2EDGE || mode == GRAD_EDGE2CENTER
-	                       ? static_cast<float>(141.4213562373095 / (2.0 * N))
-	                       : 70.0f / static_cast<float>(N);
-	const float way = static_cast<float>(n) * delta;
-	/* The halves are mirror images. */
-	line = std::min(line, kSize - 1 - line);
-	column = std::min(column, kSize - 1 - column);
-	switch (mode) {
-	case GRAD_CENTER2EDGE:
-		return radial_cover(line, column, static_cast<int>(way));
-	case GRAD_EDGE2CENTER:
-		return 255 - radial_cover(line, column, static_cast<int>(70.71067811865476 - way));
-	case GRAD_2SIDES2MIDDLE:
-		return straight_cover(column, static_cast<int>(way - 20.0));
-	case GRAD_MIDDLE22SIDES:
-		return 255 - straight_cover(column, static_cast<int>(70.0 - way));
-	case GRAD_CENTER2SURROUND:
-		return 255 - straight_cover(std::min(line, column), static_cast<int>(70.0 - way));
-	default:
-		return straight_cover(std::min(line, column), static_cast<int>(way - 20.0));
-	}
-}
-
-/* rand() after srand(seed), as the library draws it. */
-unsigned int draw(unsigned int seed)
-{
-	srand(seed);
-	return static_cast<unsigned int>(rand());
-}
 
 const unsigned int kFirstDraw = getrand(1000); /* of the process: before anybody else's */
-
-/* The seed that the library's next draw will have. */
-unsigned int next_seed()
-{
-	const unsigned int value = getrand(0x80000000u);
-	unsigned int seed = 2;
-	while (draw(seed) != value)
-		seed++;
-	return seed + 1;
-}
-
-/* The blocks of one phase, drawn again. */
-struct Blocks {
-	bool taken[20][20] = {};
-
-	void take(int per_row, bool exit, unsigned int &seed)
-	{
-		for (int row = 0; row < 20; row++) {
-			int hits = 0;
-			while (std::count(taken[row], taken[row] + 20, true) < per_row) {
-				int column = static_cast<int>(draw(seed++) % 19);
-				if (taken[row][column] && hits++ < 2)
-					continue;
-				if (taken[row][column]) {
-					const bool down = exit && row % 2 == 0;
-					column = down ? 19 : 0;
-					while (taken[row][column])
-						column += down ? -1 : 1;
-					hits = 0;
-				}
-				taken[row][column] = true;
-			}
-		}
-	}
-};
 
 struct MasksTest : OffscreenTest {
 	GraduallyDispLoop_animationpara para = whole_viewport<GraduallyDispLoop_animationpara>();
 
-	/* Half a cycle of N frames in, and half of N frames out. */
+	/* N frames in, and N frames out. */
 	unsigned int create(GraduallyDispMode mode, uint32_t N)
 	{
 		para.gmode_show = para.gmode_hide = mode;
 		para.in_frame = para.out_frame = N;
-		return CreateAnimationObj(ANI_GRADUALLYDISP, &para);
+		const unsigned int id = CreateAnimationObj(ANI_GRADUALLYDISP, &para);
+		EXPECT_TRUE(step(id));
+		return id;
 	}
 
-	/* Runs the cycle and holds the mask that is bound for each draw against
-	 * expected(exit, n)(line, column), in an exit against its complement. */
-	template <class Expected>
-	void expect_masks(GraduallyDispMode mode, uint32_t N, Expected expected)
+	/* The cover of each pixel in the given frame of the cycle. */
+	std::vector<int> mask(unsigned int id, uint32_t frame)
 	{
-		const unsigned int id = create(mode, N);
-		for (uint32_t frame = 0; frame < 2 * N; frame++) {
-			const bool exit = frame >= N;
-			const uint32_t n = frame % N + 1;
-			SCOPED_TRACE(testing::Message()
-			             << "mode " << mode << (exit ? " exit " : " entry ") << n << " of " << N);
-			const auto covers = expected(exit, n);
-			ASSERT_TRUE(step(id));
-			const auto seen = read_texture(bound_texture(1), kSize, kSize);
-			for (int i = 0; i < kSize * kSize; i++) {
-				const int cover = covers(i / kSize, i % kSize);
-				ASSERT_EQ(+seen[i].a, exit ? 255 - cover : cover)
-				    << "line " << i / kSize << ", column " << i % kSize;
-			}
-		}
-		RemoveAnimationObjReal(id);
+		object(id).curframeno = frame;
+		EXPECT_TRUE(step(id));
+		std::vector<int> covers;
+		for (const Pixel &pixel : read_texture(bound_texture(1), kSize, kSize))
+			covers.push_back(pixel.a);
+		return covers;
 	}
 };
 
-TEST_F(MasksTest, CoverPixelByPixel)
+/* Sums of all covers of the quarter below 50, 50, from step n of N of an entry on. */
+struct Sums {
+	uint32_t N, n;
+	std::vector<int> sums;
+};
+
+/* With half a line beside the centre at step 35 of 70, where the cover changes. */
+struct Shape {
+	GraduallyDispMode mode;
+	std::vector<Sums> steps; /* those of 27 are where single precision decides */
+	int from;
+	std::vector<int> profile;
+};
+
+const Shape kShapes[] = {
+    {GRAD_CENTER2EDGE, {{7, 1, {81424, 178856, 316359, 474816, 589310, 630796, 637488}}}, 0,
+        {63, 76, 89, 101, 114, 127, 140, 152, 165, 178, 191, 203, 216, 229, 242, 254, 255}},
+    {GRAD_EDGE2CENTER, {{7, 1, {6704, 48190, 162684, 321141, 458644, 556076, 613444}}}, 0,
+        {192, 179, 166, 154, 141, 128, 115, 103, 90, 77, 64, 52, 39, 26, 13, 1, 0}},
+    {GRAD_2SIDES2MIDDLE,
+        {{7, 1, {29950, 127050, 254550, 382050, 509550, 607100, 637500}}, {30, 27, {618550}}}, 15,
+        {255, 241, 228, 214, 201, 187, 174, 161, 147, 134, 120, 107, 93, 80, 67, 53, 40, 26, 13,
+            0}},
+    {GRAD_MIDDLE22SIDES, {{7, 1, {0, 0, 30400, 127950, 255450, 382950, 510450}}, {63, 27, {37150}}},
+        35, {0, 14, 27, 41, 54, 68, 81, 94, 108, 121, 135, 148, 162, 175, 188}},
+    {GRAD_CENTER2SURROUND, {{7, 1, {0, 0, 3864, 33327, 110007, 237687, 416367}}}, 35,
+        {0, 14, 27, 41, 54, 68, 81, 94, 108, 121, 135, 148, 162, 175, 188}},
+    {GRAD_SURROUND2CENTER, {{7, 1, {56117, 221133, 399813, 527493, 604173, 633636, 637500}}}, 15,
+        {255, 241, 228, 214, 201, 187, 174, 161, 147, 134, 120, 107, 93, 80, 67, 53, 40, 26, 13,
+            0}},
+};
+
+TEST_F(MasksTest, CoverAsFarAsTheirStep)
 {
-	for (const GraduallyDispMode mode : {GRAD_CENTER2EDGE, GRAD_EDGE2CENTER, GRAD_2SIDES2MIDDLE,
-	         GRAD_MIDDLE22SIDES, GRAD_CENTER2SURROUND, GRAD_SURROUND2CENTER})
-		for (const uint32_t N : {1u, 2u, 7u, 20u, 70u, 100u})
-			expect_masks(mode, N, [=](bool, uint32_t n) {
-				return [=](int line, int column) { return cover(mode, n, N, line, column); };
-			});
+	for (const Shape &shape : kShapes)
+		for (const auto &[N, n, sums] : shape.steps) {
+			const unsigned int id = create(shape.mode, N);
+			for (const bool exit : {false, true})
+				for (uint32_t i = 0; i < sums.size(); i++) {
+					const auto covers = mask(id, n - 1 + i + exit * N);
+					int sum = 0;
+					for (int pixel = 0; pixel < kHalf * kHalf; pixel++)
+						sum += covers[pixel / kHalf * kSize + pixel % kHalf];
+					EXPECT_EQ(sum, exit ? 255 * kHalf * kHalf - sums[i] : sums[i])
+					    << "mode " << shape.mode << ", step " << n + i << " of " << N;
+				}
+		}
 }
 
-TEST_F(MasksTest, DrawBlocksFromAFixedSeries)
+TEST_F(MasksTest, HaveTheirShapes)
 {
-	EXPECT_EQ(kFirstDraw, draw(2) % 1000);
-	for (const uint32_t N : {1u, 7u, 20u, 33u, 40u}) {
-		unsigned int seed = next_seed();
-		Blocks halves[2];
-		expect_masks(GRAD_BLOCKS, N, [&](bool exit, uint32_t n) {
-			halves[exit].take(static_cast<int>(n * 20 / N), exit, seed);
-			return [&taken = halves[exit].taken](
-			           int line, int column) { return taken[line / 5][column / 5] ? 255 : 0; };
-		});
-		EXPECT_EQ(next_seed(), seed + 1); /* as many draws as were needed */
+	for (const Shape &shape : kShapes) {
+		SCOPED_TRACE(shape.mode);
+		const auto covers = mask(create(shape.mode, 70), 34);
+		const bool bars = shape.mode == GRAD_2SIDES2MIDDLE || shape.mode == GRAD_MIDDLE22SIDES;
+		const int last = static_cast<int>(shape.profile.size()) - 1;
+		for (int i = 0; i < kHalf; i++)
+			EXPECT_EQ(
+			    covers[(kHalf - 1) * kSize + i], shape.profile[std::clamp(i - shape.from, 0, last)])
+			    << "column " << i;
+		for (int i = 0; i < kSize * kSize && !HasFailure(); i++) {
+			const int line = i / kSize, column = i % kSize;
+			EXPECT_EQ(covers[i], covers[line * kSize + kSize - 1 - column]);
+			EXPECT_EQ(covers[i], covers[(kSize - 1 - line) * kSize + column]);
+			EXPECT_EQ(covers[i], covers[bars ? column : column * kSize + line]);
+		}
 	}
 }
 
-/* They share a pattern, which then holds more than a step of one of them wants. */
-TEST_F(MasksTest, LetTwoObjectsShareTheBlocks)
+/* What a row of blocks lets through. */
+std::string blocks(const std::vector<int> &covers, int row)
+{
+	std::string result;
+	for (int column = 0; column < kSize; column += 5)
+		result += covers[row * 5 * kSize + column] ? '#' : '.';
+	for (int i = 0; i < 5 * kSize; i++)
+		EXPECT_EQ(covers[row * 5 * kSize + i] ? '#' : '.', result[i % kSize / 5]);
+	return result;
+}
+
+/* Two draws of a taken column are drawn again, the third is replaced by a scan. */
+TEST_F(MasksTest, DrawBlocks)
+{
+	const char *const entry[5] = {"##.#...#............", "########............",
+	    "############........", "################....", "####################"};
+	const char *const even_exit[5] = {"###.###.##########..", "###.###.######......",
+	    "###.###.##..........", "###.#...............", "...................."};
+	const char *const odd_exit[5] = {"..#.###.############", "........############",
+	    "............########", "................####", "...................."};
+	EXPECT_EQ(kFirstDraw, 2U);
+	const unsigned int draw = getrand(3);
+	EXPECT_EQ(draw, seeds.back() % 3);
+	script = {3, 3, 7, 3, 3, 3, 3, 3}; /* just what a row takes in the first step */
+	const unsigned int id = create(GRAD_BLOCKS, 5);
+	seeds = {seeds.back()};
+	next_of_script = 0;
+	for (uint32_t frame = 0; frame < 10; frame++) {
+		const auto covers = mask(id, frame);
+		for (int row = 0; row < 20; row++) {
+			const auto &table = frame < 5 ? entry : row % 2 ? odd_exit : even_exit;
+			EXPECT_EQ(blocks(covers, row), table[frame % 5]) << frame << ", row " << row;
+		}
+	}
+	ASSERT_EQ(seeds.size(), 1U + 2 * 20 * (8 + 4 * 4 * 3));
+	EXPECT_EQ(seeds.back() - seeds.front(), seeds.size() - 1);
+	script.clear();
+}
+
+/* Objects share the pattern, which can hold more than a step of one of them wants. */
+TEST_F(MasksTest, LeaveABlockRowThatIsFuller)
 {
 	const unsigned int slow = create(GRAD_BLOCKS, 40);
-	const unsigned int fast = create(GRAD_BLOCKS, 3);
-	for (int frame = 0; frame < 100; frame++)
-		ASSERT_TRUE(step(slow) && step(fast));
+	EXPECT_EQ(mask(slow, 0), std::vector<int>(kSize * kSize, 0));
+	const auto fast = mask(create(GRAD_BLOCKS, 3), 0);
+	EXPECT_EQ(mask(slow, 1), fast);
 }
 
 } // namespace

@@ -30,16 +30,22 @@ const Case kCases[] = {
     {"float in", true, SEQ_FLOATINOUT,
         {{0.25f, 0, 0, -0.375f}, {0.5f, 0, 0, -0.25f}, {0.75f, 0, 0, -0.125f}, {1}}},
     {"whip in", true, SEQ_WHIP,
-        {{0.5f, 0, 0.24375f, 0, 0.65f}, {1, 0, 0.75f}, {1, 0, 0.375f}, {1}}},
-    {"whip in at once", true, SEQ_WHIP, {{2, 0, 2.55f, 0, 1.7f}}},
+        {{0.5f, 0, 0x1.f33332p-3f, 0, 0.65f}, {1, 0, 0.75f}, {1, 0, 0.375f}, {1}}},
+    {"whip in at once", true, SEQ_WHIP, {{2, 0, 0x1.466668p+1f, 0, 1.7f}}},
     {"turn in", true, SEQ_SCALEROTATE,
         {{0.25f, -67.5f, 0, 0, 0.25f}, {0.5f, -45, 0, 0, 0.5f}, {0.75f, -22.5f, 0, 0, 0.75f}, {1}}},
+    {"turn in, in thirds", true, SEQ_SCALEROTATE,
+        {{0x1.555556p-2f, -60, 0, 0, 0x1.555556p-2f},
+            {0x1.555556p-1f, -0x1.dffffep+4f, 0, 0, 0x1.555556p-1f}, {1}}},
     {"unknown in", true, static_cast<SEQUENCE_TYPE>(9), {{1}, {1}}},
     {"wave out", false, SEQ_WAVE, {{0}, {0}, {0}}},
     {"float out", false, SEQ_FLOATINOUT,
         {{0.75f, 0, 0, -0.125f}, {0.5f, 0, 0, -0.25f}, {0.25f, 0, 0, -0.375f}, {0, 0, 0, -0.5f}}},
+    {"float out, in thirds", false, SEQ_FLOATINOUT,
+        {{0x1.555554p-1f, 0, 0, -0x1.555556p-3f}, {0x1.555554p-2f, 0, 0, -0x1.555556p-2f},
+            {0, 0, 0, -0.5f}}},
     {"whip out", false, SEQ_WHIP,
-        {{1, 0, 0.375f}, {1, 0, 0.75f}, {0.5f, 0, 0.24375f, 0, 0.65f}, {0, 0, 0, 0, 0.3f}}},
+        {{1, 0, 0.375f}, {1, 0, 0.75f}, {0.5f, 0, 0x1.f33332p-3f, 0, 0.65f}, {0, 0, 0, 0, 0.3f}}},
     {"whip out, odd length", false, SEQ_WHIP, {{1, 0, 0.5f}, {1, 0, 1}, {0, 0, 0, 0, 0.3f}}},
     {"turn out", false, SEQ_SCALEROTATE,
         {{0.75f, -22.5f, 0, 0, 0.75f}, {0.5f, -45, 0, 0, 0.5f}, {0.25f, -67.5f, 0, 0, 0.25f},
@@ -62,9 +68,9 @@ struct SequenceTest : OffscreenTest {
 		float position[12];
 		Gen3DPosition(strip, position, 4, to.angle, to.hshift, to.vshift, to.scale);
 		const RenderObj &drawn = *object(id).renderobj;
-		EXPECT_FLOAT_EQ(drawn.prealpha0, to.alpha);
+		EXPECT_EQ(drawn.prealpha0, to.alpha);
 		for (int i = 0; i < 12; i++)
-			EXPECT_NEAR(drawn.position3d[i], position[i], 1e-6f) << "value " << i;
+			EXPECT_EQ(drawn.position3d[i], position[i]) << "value " << i;
 	}
 };
 

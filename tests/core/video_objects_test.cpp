@@ -124,6 +124,16 @@ TEST_F(StreamedVideoTest, MapsTheCropEveryTimeAnew)
 	EXPECT_EQ(imports, 2U);
 	update(UPD_MISC, &frame);
 	EXPECT_FALSE(turn());
+
+	float inner[8] = {0.1f, 0.3f, 0.7f, 0.3f, 0.1f, 0.9f, 0.7f, 0.9f};
+	const float exact[8] = {0x1.5e147cp-4f, 0x1.f6b54ap-3f, 0x1.ee3d7p-2f, 0x1.f6b54ap-3f,
+	    0x1.5e147cp-4f, 0x1.46c77cp-1f, 0x1.ee3d7p-2f, 0x1.46c77cp-1f};
+	para.texcoord = inner;
+	frame = {1920, 1080, {37, 53, 1271, 707}, 42};
+	update(UPD_ALL, &frame);
+	EXPECT_TRUE(turn());
+	for (int i = 0; i < 8; i++)
+		EXPECT_EQ(object(id).renderobj->texturecoord0[i], exact[i]) << i;
 }
 
 TEST_F(StreamedVideoTest, KeepsNothingWithoutAFrame)

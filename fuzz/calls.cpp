@@ -117,7 +117,8 @@ void read_textures(Bytes &bytes, TextureArray &textures)
 		textures.texids[i] = handles[i % handles.size()];
 		textures.texdata[i] = picture;
 	}
-	strcpy(textures.textures_name[0], bytes.below(2) ? "/nonexistent" : "/dev/null");
+	const char *const no_picture = bytes.below(2) ? "/nonexistent" : "/dev/null";
+	memcpy(textures.textures_name[0], no_picture, strlen(no_picture) + 1);
 }
 
 template <class Para>

@@ -1,6 +1,7 @@
 #include <play/scene_file.h>
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cmath>
 #include <fstream>
@@ -241,11 +242,15 @@ std::string on_one_line(std::string text)
 std::string read_start(const std::string &path, std::size_t size)
 {
 	std::ifstream stream(path, std::ios::binary);
-	std::string text(size, '\0');
-	stream.read(text.data(), static_cast<std::streamsize>(size));
+	std::string text;
+	std::array<char, 16384> block;
+	do {
+		const std::size_t left = std::min(block.size(), size - text.size());
+		stream.read(block.data(), static_cast<std::streamsize>(left));
+		text.append(block.data(), static_cast<std::size_t>(stream.gcount()));
+	} while (stream && text.size() < size);
 	if (!stream.eof() && !stream)
 		throw SceneError(path + ": expected a scene file, found nothing that can be read");
-	text.resize(static_cast<std::size_t>(stream.gcount()));
 	return text;
 }
 

@@ -1,7 +1,8 @@
 /*
- * Random lives for so many minutes: the fuzz target of calls, fed with chance. After a tenth of the
- * time, in which libraries and driver fill their caches, and at the end it prints what the process
- * holds between two lives; status 1 if that has grown.
+ * Random lives for so many minutes: the fuzz target of calls, fed with chance. What a tenth of the
+ * time is enough for is lived over and over, since a driver keeps something for each new state that
+ * it meets, such as its compiled shaders. After two rounds and at the end it prints what the
+ * process holds; status 1 if that has grown.
  *
  * usage: soak_null_gl|soak_llvmpipe MINUTES    (bench/soak runs both)
  */
@@ -58,16 +59,31 @@ void print(const char *when, const Sample &sample)
 	fflush(stdout);
 }
 
-unsigned long live_until(Clock::time_point end, std::mt19937 &chance)
+void live(std::mt19937 &chance)
 {
+	std::vector<std::uint8_t> life(chance() % kLongestLife);
+	for (std::uint8_t &byte : life)
+		byte = static_cast<std::uint8_t>(chance());
+	LLVMFuzzerTestOneInput(life.data(), life.size());
+}
+
+/* The first lives that there is time for; every round after them has the same ones. */
+unsigned long first_round(Clock::time_point end)
+{
+	std::mt19937 chance;
 	unsigned long lives = 0;
-	for (; Clock::now() < end; lives++) {
-		std::vector<std::uint8_t> life(chance() % kLongestLife);
-		for (std::uint8_t &byte : life)
-			byte = static_cast<std::uint8_t>(chance());
-		LLVMFuzzerTestOneInput(life.data(), life.size());
-	}
+	do {
+		live(chance);
+		lives++;
+	} while (Clock::now() < end);
 	return lives;
+}
+
+void repeat_round(unsigned long lives)
+{
+	std::mt19937 chance;
+	while (lives--)
+		live(chance);
 }
 
 } // namespace
@@ -82,12 +98,15 @@ int main(int argc, char **argv)
 	const auto time = std::chrono::duration_cast<Clock::duration>(
 	    std::chrono::duration<double, std::ratio<60>>(minutes));
 	const auto start = Clock::now();
-	std::mt19937 chance(1); /* the same lives in every run */
-
-	live_until(start + time / 10, chance);
+	const unsigned long lives = first_round(start + time / 10);
+	repeat_round(lives);
 	const Sample before = take_sample();
 	print("start", before);
-	const unsigned long lives = live_until(start + time, chance);
+	unsigned long rounds = 0;
+	do {
+		repeat_round(lives);
+		rounds++;
+	} while (Clock::now() < start + time);
 	const Sample after = take_sample();
 	print("end", after);
 
@@ -95,6 +114,6 @@ int main(int argc, char **argv)
 	                   after.descriptors != before.descriptors ||
 	                   after.heap > before.heap + kHeapGrowth ||
 	                   after.resident > before.resident + kResidentGrowth;
-	printf("%lu lives in between: %s\n", lives, grown ? "GROWN" : "no growth");
+	printf("%lu times %lu lives in between: %s\n", rounds, lives, grown ? "GROWN" : "no growth");
 	return grown ? 1 : 0;
 }

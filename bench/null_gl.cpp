@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <dlfcn.h>
+#include <span>
 #include <unordered_set>
 
 #define EGL_EGLEXT_PROTOTYPES
@@ -19,6 +20,7 @@ namespace
 constexpr GLint kMaxTextureSize = 8192;
 constexpr GLuint kUnits = 8;
 constexpr GLuint kArrays = 8;
+constexpr GLuint kPrograms = 64;
 
 struct VertexArray {
 	bool enabled;
@@ -35,6 +37,7 @@ struct State {
 	GLuint unit = 0;
 	GLuint bound[kUnits] = {}; /* to GL_TEXTURE_2D */
 	VertexArray arrays[kArrays] = {};
+	GLuint attributes[kPrograms] = {}; /* of each program: an array beyond them is not read */
 	NullGlCounts counts = {};
 };
 State state;
@@ -99,7 +102,8 @@ void check_upload(GLsizei width, GLsizei height, GLenum format, const void *pixe
 void check_draw(GLsizei count)
 {
 	bool drawable = state.program != 0;
-	for (const VertexArray &array : state.arrays) {
+	const std::span arrays(state.arrays);
+	for (const VertexArray &array : arrays.first(state.attributes[state.program % kPrograms])) {
 		if (!array.enabled || count <= 0)
 			continue;
 		if (array.values)
@@ -444,6 +448,12 @@ GLint glGetAttribLocation(GLuint, const GLchar *)
 	return ++state.last_location;
 }
 
+void glBindAttribLocation(GLuint program, GLuint index, const GLchar *)
+{
+	GLuint &attributes = state.attributes[program % kPrograms];
+	attributes = std::max(attributes, index % kArrays + 1);
+}
+
 void glUseProgram(GLuint program)
 {
 	state.program = program;
@@ -459,9 +469,6 @@ void glCompileShader(GLuint)
 {
 }
 void glAttachShader(GLuint, GLuint)
-{
-}
-void glBindAttribLocation(GLuint, GLuint, const GLchar *)
 {
 }
 void glLinkProgram(GLuint)

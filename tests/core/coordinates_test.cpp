@@ -37,9 +37,9 @@ TEST(Coordinates, SpreadATexture)
 	EXPECT_EQ(six, (Floats{0, 1, 1, 1, 0, 0.5f, 1, 0.5f, 0, 0, 1, 0}));
 
 	Floats eight(16);
-	GenTextureCoord_GRAD(eight.data(), 8, 0, 0.1f, 1, 0.8f);
-	EXPECT_EQ(eight, (Floats{0, 0.1f, 1, 0.1f, 0, 0x1.555556p-2f, 1, 0x1.555556p-2f, 0,
-	                     0x1.222222p-1f, 1, 0x1.222222p-1f, 0, 0.8f, 1, 0.8f}));
+	GenTextureCoord_GRAD(eight.data(), 8, 0, 0.05f, 1, 0.7f);
+	EXPECT_EQ(eight, (Floats{0, 0.05f, 1, 0.05f, 0, 0x1.11111p-2f, 1, 0x1.11111p-2f, 0,
+	                     0x1.eeeeeep-2f, 1, 0x1.eeeeeep-2f, 0, 0.7f, 1, 0.7f}));
 
 	const Floats cut = {-0.5f, 1.5f, 0.25f, 0.75f, 0, 1, -std::numeric_limits<float>::infinity(),
 	    std::numeric_limits<float>::infinity()};
@@ -76,9 +76,9 @@ TEST(Coordinates, MoveAQuad)
 	        {uneven, 0, 1.09f, 0.81f, 1,
 	            {-0x1.f1f1e4p-2f, -0x1.98cf16p+0f, -1, -0x1.59ee96p+1f, -0x1.98cf16p+0f, -1,
 	                -0x1.f1f1e4p-2f, -0x1.d31236p+1f, -1, -0x1.59ee96p+1f, -0x1.d31236p+1f, -1}},
-	        {uneven, -37.5f, 1.09f, 0.81f, 0.7f,
-	            {-0x1.156588p-1f, -0x1.433f2cp+1f, -1, -0x1.c5ca3ep+0f, -0x1.94b716p+0f, -1,
-	                -0x1.6a8f66p+0f, -0x1.d51e36p+1f, -1, -0x1.52d37p+1f, -0x1.5c3a92p+1f, -1}}}) {
+	        {uneven, -359962.5f, 1.09f, 0.81f, 0.7f,
+	            {-0x1.6a8f58p+0f, -0x1.94b718p+0f, -1, -0x1.52d37p+1f, -0x1.433f26p+1f, -1,
+	                -0x1.15658ap-1f, -0x1.5c3a98p+1f, -1, -0x1.c5ca4cp+0f, -0x1.d51e32p+1f, -1}}}) {
 		Floats position(12);
 		Gen3DPosition(c.quad.data(), position.data(), 4, c.angle, c.hshift, c.vshift, c.scale);
 		EXPECT_EQ(position, c.expected) << c.angle;

@@ -7,6 +7,7 @@
 
 #include <png.h>
 
+#include <caught.h>
 #include <offscreen_test.h>
 #include <picture_files.h>
 
@@ -43,10 +44,9 @@ struct ImageLoadingTest : OffscreenTest {
 	{
 		const std::string path = folder.file("picture", content);
 		glBindTexture(GL_TEXTURE_2D, texture);
-		testing::internal::CaptureStdout();
-		testing::internal::CaptureStderr();
+		const Caught out(1), err(2);
 		const int result = loader(texture, path.c_str());
-		printed = testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
+		printed = out.text() + err.text();
 		return result;
 	}
 

@@ -128,6 +128,32 @@ TEST_F(MasksTest, HaveTheirShapes)
 	}
 }
 
+/* A window moves over one of four fixed bitmaps. */
+TEST_F(MasksTest, WipeByAWindow)
+{
+	struct Wipe {
+		GraduallyDispMode mode;
+		float corners[4]; /* at step 3 of 7 */
+		int entry, exit;  /* bitmaps */
+	};
+	for (const Wipe &wipe : {Wipe{GRAD_LEFT2RIGHT, {0x1.5f15fp-2f, 0, 0x1.7c57c4p-1f, 1}, 2, 3},
+	         {GRAD_RIGHT2LEFT, {0x1.075076p-2f, 0, 0x1.507508p-1f, 1}, 3, 2},
+	         {GRAD_TOP2BOTTOM, {0, 0x1.075076p-2f, 1, 0x1.507508p-1f}, 0, 1},
+	         {GRAD_BOTTOM2TOP, {0, 0x1.5f15fp-2f, 1, 0x1.7c57c4p-1f}, 1, 0}}) {
+		para.textures.tex_num = 0;
+		add_picture(para.textures, kRed);
+		const unsigned int id = create(wipe.mode, 7);
+		for (const bool exit : {false, true}) {
+			object(id).curframeno = exit ? 9 : 2;
+			EXPECT_TRUE(step(id));
+			const RenderObj &drawn = *object(id).renderobj;
+			EXPECT_EQ(bound_texture(1), drawn.textures[1 + (exit ? wipe.exit : wipe.entry)]);
+			for (const int i : {0, 1, 6, 7})
+				EXPECT_EQ(drawn.texturecoord1[i], wipe.corners[i % 4]) << wipe.mode;
+		}
+	}
+}
+
 /* What a row of blocks lets through. */
 std::string blocks(const std::vector<int> &covers, int row)
 {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <random>
 
+#include <caught.h>
 #include <offscreen_test.h>
 
 namespace
@@ -31,9 +32,9 @@ struct ObjectListTest : OffscreenTest {
 	template <class Call>
 	static std::string printed_by(Call call)
 	{
-		testing::internal::CaptureStdout();
+		const Caught out(1);
 		call();
-		return testing::internal::GetCapturedStdout();
+		return out.text();
 	}
 };
 

@@ -54,7 +54,9 @@ const Case kCases[] = {
 };
 
 struct SequenceTest : OffscreenTest {
-	float strip[12] = {100, 200, 300, 200, 100, 100, 300, 100, 10, 20, 30, 40};
+	/* So large, and around 0, that the last bit of a factor moves it. */
+	float strip[12] = {
+	    -524288, 262144, 524288, 262144, -524288, -262144, 524288, -262144, 10, 20, 30, 40};
 	SeqLoop_animationpara para = whole_viewport<SeqLoop_animationpara>();
 
 	void SetUp() override

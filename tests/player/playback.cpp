@@ -33,11 +33,7 @@ Playback::~Playback()
 	StopGSTPlay();
 	wait_until(
 	    [&] { return count(out.text(), "thread exit\n") == count(out.text(), "build link"); });
-	for (unsigned id : ids)
-		RemoveAnimationObjReal(id);
-	// Left behind where the registration was given up during the playback.
-	free(left.bufinfo);
-	free(right.bufinfo);
+	remove_objects();
 }
 
 void Playback::register_objects()
@@ -50,6 +46,15 @@ void Playback::register_objects()
 		id = CreateAnimationObj(ANI_VIDEO_GST, para);
 	}
 	EXPECT_EQ(SetGSTPlayAnimationId(ids[0], &left, ids[1], &right), 0);
+}
+
+void Playback::remove_objects()
+{
+	for (unsigned &id : ids)
+		RemoveAnimationObjReal(std::exchange(id, ANIMATION_NO_OBJECT));
+	// Left behind where the registration was given up during the playback.
+	for (VideoGST_animationpara *para : {&left, &right})
+		free(std::exchange(para->bufinfo, nullptr));
 }
 
 bool Playback::ends(double seconds)

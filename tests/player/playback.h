@@ -29,6 +29,8 @@ protected:
 	/* Registers two objects, which it creates when it is first called. */
 	void register_objects();
 
+	void remove_objects();
+
 	/* True when the playback ends within the three seconds that a stop may take. */
 	bool stops();
 

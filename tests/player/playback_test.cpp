@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <sys/stat.h>
 
+#include "../support/failing_memory.h"
 #include "playback.h"
 
 /* In front of what the player calls: the pipeline that it got, and a thread that it does not get.
@@ -138,6 +139,7 @@ TEST_F(Playback, PlaysAFileToItsEnd)
 	EXPECT_TRUE(is_up());
 	EXPECT_TRUE(wait_until([] { return position() > 100 && position() < 1100; }));
 	EXPECT_TRUE(ends());
+	GSTplayControl(GST_PLAY); // nothing to play
 
 	EXPECT_TRUE(in_order(out.text(),
 	    {"start up: ", "build link: ", "Pipeline state changed from PAUSED to PLAYING:\n",
@@ -153,19 +155,6 @@ TEST_F(Playback, PlaysAFileToItsEnd)
 	EXPECT_EQ(position(), kUnknownPosition);
 	EXPECT_FALSE(IsFirstFrameStart());
 	EXPECT_TRUE(stops());
-}
-
-TEST_F(Playback, StopsInTheMiddle)
-{
-	register_objects();
-	ASSERT_EQ(StartGSTPlay(film().c_str()), 0);
-	EXPECT_TRUE(frames_come());
-	EXPECT_TRUE(stops());
-	EXPECT_TRUE(in_order(out.text(), {"StopGSTPlay-------------1\n", kDown1, kDown2, kExit}));
-	EXPECT_TRUE(out.has("StopGSTPlay-------------2\n"));
-	EXPECT_FALSE(out.has("streamer eos"));
-	GSTplayControl(GST_PLAY); // nothing to play
-	EXPECT_FALSE(is_up());
 }
 
 TEST_F(Playback, StopsBeforeItHasAnything)
@@ -205,6 +194,7 @@ TEST_F(Playback, GivesEverythingBack)
 		if (round % 3 == 2)
 			frames_come();
 		ASSERT_TRUE(stops());
+		EXPECT_TRUE(in_order(out.text(), {"StopGSTPlay-------------1\n", kDown1, kDown2, kExit}));
 		if (round == 19) {
 			first_descriptors = open_descriptors();
 			first_threads = threads();
@@ -217,6 +207,34 @@ TEST_F(Playback, GivesEverythingBack)
 	EXPECT_TRUE(wait_until([&] { return threads() <= first_threads; })) << threads();
 	EXPECT_TRUE(wait_until([&] { return mallinfo2().uordblks < first_memory + 100'000; }))
 	    << mallinfo2().uordblks - first_memory << " bytes in 30 rounds";
+}
+
+/* Each allocation in turn fails, from a start to the first frames and the stop. */
+TEST_F(Playback, OutlivesAnyFailedAllocation)
+{
+	if (!kMemoryCanFail)
+		GTEST_SKIP();
+	const std::string path = film();
+	std::size_t blocks = 0;
+	for (const std::size_t n : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 0}) {
+		SCOPED_TRACE(n); /* 0: all succeed */
+		fail_allocation(n);
+		const int started = StartGSTPlay(path.c_str());
+		if (started == 0) {
+			register_objects();
+			const bool came = frames_come(n ? 0.3 : 10);
+			EXPECT_TRUE(came || n);
+			EXPECT_TRUE(stops());
+		}
+		EXPECT_TRUE(started == 0 || n);
+		EXPECT_GE(fail_allocation(0), n);
+		EXPECT_FALSE(is_up());
+		remove_objects();
+		EXPECT_EQ(animationItemHead, nullptr);
+		if (!blocks)
+			blocks = live_blocks();
+		EXPECT_TRUE(wait_until([&] { return live_blocks() <= blocks; }, 3)) << live_blocks();
+	}
 }
 
 } // namespace

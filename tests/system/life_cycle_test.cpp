@@ -6,6 +6,7 @@
 
 #include <sys/wait.h>
 
+#include "../support/caught.h"
 #include "system_test.h"
 
 using namespace std::chrono_literals;
@@ -24,9 +25,11 @@ struct LifeCycleTest : SystemTest {
 TEST_F(LifeCycleTest, OpensAndClosesOneWindow)
 {
 	start_compositor({.keep_requests = true, .offer_output = true, .global_gap = 50ms});
-	testing::internal::CaptureStdout();
-	init();
-	EXPECT_EQ(testing::internal::GetCapturedStdout(), "animation version:2.851000\n");
+	{
+		const Caught out(1);
+		init();
+		EXPECT_EQ(out.text(), "animation version:2.851000\n");
+	}
 	EXPECT_EQ(now(running), 2);
 	remove_output(*compositor);
 

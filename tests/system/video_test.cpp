@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
-#include <set>
 #include <thread>
 
 #include <sys/mman.h>
@@ -171,21 +170,6 @@ TEST_F(VideoTest, PlaysAFileOnBothViewportsAndKeepsItsLastPicture)
 	EXPECT_TRUE(shows(VP_LCD1, kBlack));
 }
 
-TEST_F(VideoTest, StaysBehindABackground)
-{
-	play(true, true);
-	EXPECT_TRUE(comes_to_show(VP_LCD0, kRed));
-	const unsigned int background = show(ANI_BACKGROUND, kWhite, 2, 6);
-	EXPECT_TRUE(comes_to_show(VP_LCD0, kWhite));
-	EXPECT_TRUE(comes_to_show(VP_LCD1, kBlack));
-	EXPECT_TRUE(IsGSTStatePlaying());
-	EXPECT_TRUE(await_turns(5));
-	EXPECT_TRUE(shows(VP_LCD0, kWhite) && shows(VP_LCD1, kBlack));
-	RemoveAnimationObj(background, DEL_IMMEDIATELY);
-	EXPECT_TRUE(comes_to_show(VP_LCD0, kBlue)); /* it has gone on */
-	EXPECT_TRUE(comes_to_show(VP_LCD1, kBlue));
-}
-
 TEST_F(VideoTest, SharesItsObjectsWithOtherThreads)
 {
 	play(true, true);
@@ -232,40 +216,6 @@ std::vector<std::uint8_t> raw_frame(int luma, int u, int v)
 		frame.push_back(v);
 	}
 	return frame;
-}
-
-TEST_F(VideoTest, ShowsRawFrames)
-{
-	auto para = record<VideoRAW_animationpara>(VP_LCD1);
-	const unsigned int id = CreateAnimationObj(ANI_VIDEO_RAW, &para);
-	EXPECT_TRUE(await_turns(2)); /* a frame that comes before the first turn is lost */
-	BufferInfoRAW frame = {.width = 16, .height = 16, .stride = 16};
-	auto feed = [&] {
-		para.bufinfo = &frame;
-		para.update = UPD_TEXS;
-		UpdateAnimationObj(id, &para);
-	};
-
-	std::vector<std::vector<std::uint8_t>> frames; /* they stay until they are uploaded */
-	std::vector<std::uint32_t> greys;
-	for (int i = 0; i < 25; i++) {
-		frames.push_back(raw_frame(235 - 5 * i, 128, 128));
-		frame.praw = frames.back().data();
-		feed();
-		std::this_thread::sleep_for(40ms);
-		if (pictures() > 1) /* the first is the strip without a picture */
-			greys.push_back(last_picture().at(1152 + 576, 100));
-	}
-	EXPECT_TRUE(eventually([&] { return is_near(last_picture().at(1152 + 576, 100), 0x747474); }));
-	EXPECT_TRUE(is_near(last_picture().at(1152 + 576, 400), kBlack));
-	EXPECT_TRUE(std::ranges::is_sorted(greys, std::ranges::greater()));
-	EXPECT_GE(std::set(greys.begin(), greys.end()).size(), 3u); /* a slow machine shows few */
-
-	const auto dark = raw_frame(16, 128, 240);
-	frame = {.texids = {CreateTexture(16, 16, GL_LUMINANCE, dark.data()),
-	             CreateTexture(8, 8, GL_LUMINANCE_ALPHA, &dark[16 * 16])}};
-	feed();
-	EXPECT_TRUE(eventually([&] { return is_near(last_picture().at(1152 + 576, 100), 0xEE0000); }));
 }
 
 /* A file with a picture of one colour, or with less. */

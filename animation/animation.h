@@ -676,7 +676,8 @@ void GenAnimationFrame(unsigned int id, void *data);
 void RemoveAnimationObjReal(unsigned int id);
 
 /* Returns a number from 0 to range - 1. The series of numbers is the same in every run and begins
- * again after 2^32 calls. Each call sets the seed of the C library's rand(). range must not be 0. */
+ * again after 2^32 calls. Each call sets the seed of the C library's rand(). range must not be 0.
+ */
 unsigned int getrand(unsigned int range);
 
 /* ---- The functions of each type ------------------------------------------------------------ */

@@ -79,8 +79,9 @@ typedef struct CustomData CustomData;
  * that you do not trust. The longest file name has 182 characters, the longest RTMP URI 115, the
  * longest address 13.
  *
- * A local file that exists and is no regular file is refused at once. RTP packets that hold no H.264
- * are skipped. Packets that look like H.264 and cannot be decoded may end the playback by an error.
+ * A local file that exists and is no regular file is refused at once. RTP packets that hold no
+ * H.264 are skipped. Packets that look like H.264 and cannot be decoded may end the playback by an
+ * error.
  *
  * Returns 0 if the playback has started. Later errors, such as a missing decoder, are only printed.
  * Returns 1 if a playback exists or has not fully ended; nothing changes. Returns -1 on failure,

@@ -259,6 +259,10 @@ TEST_F(LoopFamiliesTest, LookAsTheirPhaseTells)
 		    [&](auto para) { return CreateAnimationObj(look.family.type, &para); });
 		for (std::size_t frame = 0; frame < look.alphas.size(); frame++) {
 			SCOPED_TRACE(testing::Message() << "type " << look.family.type << ", frame " << frame);
+			for (const GLenum unit : {GL_TEXTURE1, GL_TEXTURE0}) {
+				glActiveTexture(unit);
+				glBindTexture(GL_TEXTURE_2D, 0);
+			}
 			ASSERT_TRUE(step(id));
 			const RenderObj &drawn = *object(id).renderobj;
 			const char blend = look.blends[frame];

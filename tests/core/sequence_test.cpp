@@ -85,6 +85,7 @@ TEST_F(SequenceTest, MovesAsTold)
 		(c.entry ? para.seq_show : para.seq_hide) = c.motion;
 		std::vector<Step> steps = c.steps;
 		steps.insert(c.entry ? steps.end() : steps.begin(), Step{1}); /* the hold */
+		steps.push_back({0});                                         /* hidden */
 		const unsigned int id = CreateAnimationObj(ANI_SEQUENCE, &para);
 		for (const Step &expected : steps) {
 			SCOPED_TRACE(testing::Message() << c.name << ": " << object(id).curframeno);

@@ -61,6 +61,7 @@ TEST(LostCompositor, EndsTheProgram)
 			                                 while (tried.fault == kStopped && !is_over)
 				                                 std::this_thread::yield();
 		                                 },
+		    .keep_requests = true,
 		    .hold_frames = tried.fault == kSilent};
 		std::string error;
 		const CompositorPtr compositor = open_compositor(std::move(options), &error);
@@ -78,8 +79,9 @@ TEST(LostCompositor, EndsTheProgram)
 		if (tried.signal)
 			kill(player.pid, tried.signal);
 		if (tried.fault == kGone) {
-			EXPECT_TRUE(std::ranges::count(
-			    compositor_record(*compositor).requests, "xdg_surface.set_title(\"Endless\")"));
+			EXPECT_TRUE(await_record(*compositor, std::chrono::seconds(5), [](const auto &record) {
+				return std::ranges::count(record.requests, "xdg_surface.set_title(\"Endless\")");
+			}));
 			disconnect_clients(*compositor);
 		}
 		const Outcome outcome = end_of(player);

@@ -9,7 +9,10 @@
 namespace fs = std::filesystem;
 using Environment = std::map<std::string, std::string>;
 
-static Environment own_environment()
+namespace
+{
+
+Environment own_environment()
 {
 	Environment environment;
 	for (char **entry = environ; *entry; entry++) {
@@ -23,7 +26,7 @@ static Environment own_environment()
 
 /* ---- The compositor ---- */
 
-static void lead_to_compositor(
+void lead_to_compositor(
     Environment &environment, const std::string &folder, const std::string &socket)
 {
 	environment["XDG_RUNTIME_DIR"] = folder;
@@ -34,9 +37,9 @@ static void lead_to_compositor(
 /* ---- Drawing ---- */
 
 /* Where several vendors' EGL are installed, only Mesa's draws in software. */
-static constexpr char kMesaVendorFile[] = "/usr/share/glvnd/egl_vendor.d/50_mesa.json";
+constexpr char kMesaVendorFile[] = "/usr/share/glvnd/egl_vendor.d/50_mesa.json";
 
-static void force_software_drawing(Environment &environment)
+void force_software_drawing(Environment &environment)
 {
 	environment["LIBGL_ALWAYS_SOFTWARE"] = "1";
 	environment["GALLIUM_DRIVER"] = "llvmpipe";
@@ -51,7 +54,7 @@ static void force_software_drawing(Environment &environment)
 
 /* A companion lies in the build tree's folder device, in the library folder when installed. Empty
  * if it is in neither. */
-static fs::path find_companion(const std::string &name)
+fs::path find_companion(const std::string &name)
 {
 	std::error_code failure;
 	const fs::path folder = fs::read_symlink("/proc/self/exe", failure).parent_path();
@@ -65,7 +68,7 @@ static fs::path find_companion(const std::string &name)
 }
 
 /* LD_PRELOAD is a list with blanks or colons between its paths, GST_PLUGIN_PATH one with colons. */
-static bool breaks_a_list(const fs::path &path)
+bool breaks_a_list(const fs::path &path)
 {
 	return path.string().find_first_of(" :") != std::string::npos;
 }
@@ -73,7 +76,7 @@ static bool breaks_a_list(const fs::path &path)
 /* By another name, if its own would break a list: a link in the private folder, and alone there,
  * since GStreamer takes everything beside a plug-in for one, too. Every other run keeps the real
  * path, for which GStreamer's registry need not be written again. */
-static fs::path listable(const fs::path &companion, const fs::path &private_folder)
+fs::path listable(const fs::path &companion, const fs::path &private_folder)
 {
 	if (!breaks_a_list(companion))
 		return companion;
@@ -85,7 +88,7 @@ static fs::path listable(const fs::path &companion, const fs::path &private_fold
 }
 
 /* Empty, which is said, if the program is to do without it. */
-static fs::path offer_companion(const std::string &name, const fs::path &private_folder)
+fs::path offer_companion(const std::string &name, const fs::path &private_folder)
 {
 	const fs::path found = find_companion(name), path = listable(found, private_folder);
 	if (path.empty())
@@ -94,7 +97,7 @@ static fs::path offer_companion(const std::string &name, const fs::path &private
 	return path;
 }
 
-static void put_in_front(Environment &environment, const std::string &name, const fs::path &path)
+void put_in_front(Environment &environment, const std::string &name, const fs::path &path)
 {
 	if (path.empty())
 		return;
@@ -102,7 +105,7 @@ static void put_in_front(Environment &environment, const std::string &name, cons
 	value = path.string() + (value.empty() ? "" : ":" + value);
 }
 
-static void add_companions(Environment &environment, const fs::path &private_folder)
+void add_companions(Environment &environment, const fs::path &private_folder)
 {
 	put_in_front(
 	    environment, "LD_PRELOAD", offer_companion("libanimation-egl-import.so", private_folder));
@@ -112,6 +115,8 @@ static void add_companions(Environment &environment, const fs::path &private_fol
 	put_in_front(environment, plugins,
 	    offer_companion("gstreamer/libgstanimationdecoder.so", private_folder).parent_path());
 }
+
+} // namespace
 
 std::vector<std::string> child_environment(const std::string &folder, const std::string &socket)
 {

@@ -9,9 +9,12 @@
 
 #include <host/compositor_state.h>
 
+namespace
+{
+
 /* ---- Commands from other threads ---- */
 
-static int run_commands(int fd, std::uint32_t, void *data)
+int run_commands(int fd, std::uint32_t, void *data)
 {
 	auto *compositor = static_cast<Compositor *>(data);
 	std::uint64_t count;
@@ -28,7 +31,7 @@ static int run_commands(int fd, std::uint32_t, void *data)
 	return 0;
 }
 
-static void post(Compositor &compositor, std::function<void()> command)
+void post(Compositor &compositor, std::function<void()> command)
 {
 	{
 		std::lock_guard lock(compositor.mutex);
@@ -38,6 +41,8 @@ static void post(Compositor &compositor, std::function<void()> command)
 	while (write(compositor.wakeup_fd, &one, sizeof(one)) < 0 && errno == EINTR)
 		;
 }
+
+} // namespace
 
 void run_on_compositor(Compositor &compositor, std::function<void()> command)
 {
@@ -59,9 +64,12 @@ void run_on_compositor(Compositor &compositor, std::function<void()> command)
 	compositor.changed.wait(lock, [&done] { return done; });
 }
 
+namespace
+{
+
 /* ---- What the compositor notes and when it speaks ---- */
 
-static void note_message(
+void note_message(
     void *data, wl_protocol_logger_type type, const wl_protocol_logger_message *message)
 {
 	auto *compositor = static_cast<Compositor *>(data);
@@ -80,7 +88,7 @@ static void note_message(
 
 /* libwayland asks this before it names a global to a client: the one moment to send those named so
  * far on their way. */
-static bool space_global_out(const wl_client *client, const wl_global *, void *data)
+bool space_global_out(const wl_client *client, const wl_global *, void *data)
 {
 	const auto *compositor = static_cast<const Compositor *>(data);
 	wl_client_flush(const_cast<wl_client *>(client));
@@ -90,7 +98,7 @@ static bool space_global_out(const wl_client *client, const wl_global *, void *d
 
 /* ---- Life ---- */
 
-static bool create_display(Compositor &compositor)
+bool create_display(Compositor &compositor)
 {
 	compositor.display = wl_display_create();
 	if (!compositor.display)
@@ -112,6 +120,8 @@ static bool create_display(Compositor &compositor)
 	compositor.socket.fd = -1; /* the display's from here on */
 	return true;
 }
+
+} // namespace
 
 CompositorPtr open_compositor(CompositorOptions options, std::string *error)
 {

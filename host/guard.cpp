@@ -20,10 +20,13 @@
 #include <time.h>
 #include <unistd.h>
 
-static constexpr std::int64_t kPatience = 3000; /* milliseconds from SIGTERM to SIGKILL */
-static constexpr std::int64_t kKillInterval = 20;
+namespace
+{
 
-static std::int64_t milliseconds_now()
+constexpr std::int64_t kPatience = 3000; /* milliseconds from SIGTERM to SIGKILL */
+constexpr std::int64_t kKillInterval = 20;
+
+std::int64_t milliseconds_now()
 {
 	timespec now = {};
 	clock_gettime(CLOCK_MONOTONIC, &now);
@@ -32,11 +35,13 @@ static std::int64_t milliseconds_now()
 
 /* ---- Numbers through pipes ---- */
 
-static void write_number(int fd, int number)
+void write_number(int fd, int number)
 {
 	while (write(fd, &number, sizeof(number)) < 0 && errno == EINTR)
 		;
 }
+
+} // namespace
 
 bool read_number(int fd, int *number)
 {
@@ -47,9 +52,12 @@ bool read_number(int fd, int *number)
 	return length == sizeof(*number);
 }
 
+namespace
+{
+
 /* ---- The start ---- */
 
-static void close_others_on_exec(std::span<const int> inherited)
+void close_others_on_exec(std::span<const int> inherited)
 {
 	unsigned int first = 0;
 	for (const int fd : inherited) {
@@ -60,8 +68,7 @@ static void close_others_on_exec(std::span<const int> inherited)
 	close_range(first, ~0U, CLOSE_RANGE_CLOEXEC);
 }
 
-[[noreturn]] static void execute(
-    char *const *argv, char *const *environment, pid_t guard, int report)
+[[noreturn]] void execute(char *const *argv, char *const *environment, pid_t guard, int report)
 {
 	prctl(PR_SET_PDEATHSIG, SIGKILL); /* nobody would be left to send it after a SIGTERM */
 	if (getppid() != guard)           /* gone before that could be asked for */
@@ -77,7 +84,7 @@ static void close_others_on_exec(std::span<const int> inherited)
 
 /* -1 with the reason in errno. The program stays in the host's process group, so that it has the
  * terminal, Ctrl-C and Ctrl-Z as it would have them alone. */
-static pid_t start_program(char *const *argv, char *const *environment)
+pid_t start_program(char *const *argv, char *const *environment)
 {
 	int report[2];
 	if (pipe2(report, O_CLOEXEC) != 0)
@@ -97,7 +104,7 @@ static pid_t start_program(char *const *argv, char *const *environment)
 /* ---- Below this process ---- */
 
 /* 0 if there is no such process. */
-static pid_t parent_of(pid_t process)
+pid_t parent_of(pid_t process)
 {
 	char text[512];
 	snprintf(text, sizeof(text), "/proc/%d/stat", process);
@@ -111,7 +118,7 @@ static pid_t parent_of(pid_t process)
 	return name_end && strlen(name_end) > 4 ? atoi(name_end + 4) : 0;
 }
 
-static bool descends_from(pid_t process, pid_t ancestor)
+bool descends_from(pid_t process, pid_t ancestor)
 {
 	do
 		process = parent_of(process);
@@ -120,7 +127,7 @@ static bool descends_from(pid_t process, pid_t ancestor)
 }
 
 /* One that is stopped must go on to end. */
-static void signal_descendants(int number)
+void signal_descendants(int number)
 {
 	const pid_t guard = getpid();
 	const int folder = open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -143,17 +150,14 @@ static void signal_descendants(int number)
 
 /* ---- The watch ---- */
 
-namespace
-{
 struct Watch {
 	pid_t program; /* -1: has ended */
 	int report;
 	bool ending;
 	std::int64_t kill_time; /* when ending */
 };
-} // namespace
 
-static void begin_end(Watch &watch)
+void begin_end(Watch &watch)
 {
 	if (watch.ending)
 		return;
@@ -163,7 +167,7 @@ static void begin_end(Watch &watch)
 }
 
 /* False once nobody is left. */
-static bool reap(Watch &watch)
+bool reap(Watch &watch)
 {
 	int status;
 	pid_t process;
@@ -176,7 +180,7 @@ static bool reap(Watch &watch)
 	return process == 0;
 }
 
-static int next_signal(const sigset_t &signals, const Watch &watch)
+int next_signal(const sigset_t &signals, const Watch &watch)
 {
 	if (!watch.ending)
 		return sigwaitinfo(&signals, nullptr);
@@ -186,7 +190,7 @@ static int next_signal(const sigset_t &signals, const Watch &watch)
 	return sigtimedwait(&signals, nullptr, &limit);
 }
 
-static void watch_over(Watch watch, const sigset_t &signals)
+void watch_over(Watch watch, const sigset_t &signals)
 {
 	while (reap(watch)) {
 		if (watch.program < 0)
@@ -203,6 +207,8 @@ static void watch_over(Watch watch, const sigset_t &signals)
 		signal_descendants(SIGKILL);
 	}
 }
+
+} // namespace
 
 void guard_program(char *const *argv, char *const *environment, std::span<const int> inherited,
     pid_t host, int report)

@@ -9,10 +9,13 @@
 #include <host/child.h>
 #include <host/session.h>
 
-static constexpr int kExitFailure = 1;
-static constexpr int kExitUsage = 2;
+namespace
+{
 
-static void print_usage(FILE *stream)
+constexpr int kExitFailure = 1;
+constexpr int kExitUsage = 2;
+
+void print_usage(FILE *stream)
 {
 	fprintf(stream,
 	    "usage: animation-host [OPTION]... -- PROGRAM [ARGUMENT]...\n"
@@ -24,7 +27,7 @@ static void print_usage(FILE *stream)
 	    kSinkUsage);
 }
 
-static int refuse(const std::string &message)
+int refuse(const std::string &message)
 {
 	fprintf(stderr, "animation-host: %s\n", message.c_str());
 	print_usage(stderr);
@@ -32,7 +35,7 @@ static int refuse(const std::string &message)
 }
 
 /* The program's guard ends it when we have gone, so this may leave at once, and from any thread. */
-[[noreturn]] static void leave_without_memory()
+[[noreturn]] void leave_without_memory()
 {
 	constexpr char kLine[] = "animation-host: out of memory\n";
 	if (write(STDERR_FILENO, kLine, sizeof(kLine) - 1) < 0)
@@ -40,7 +43,7 @@ static int refuse(const std::string &message)
 	_exit(kExitFailure);
 }
 
-static int run(int argc, char **argv)
+int run(int argc, char **argv)
 {
 	SessionOptions options = {};
 	options.descriptors = open_descriptors();
@@ -69,6 +72,8 @@ static int run(int argc, char **argv)
 	block_session_signals();
 	return run_session(options);
 }
+
+} // namespace
 
 int main(int argc, char **argv)
 {

@@ -15,15 +15,18 @@
 
 namespace fs = std::filesystem;
 
-static constexpr int kWaitingClients = 16;
-static constexpr std::string_view kFolderName = "animation-host-";
-static constexpr char kSocketName[] = "wayland-0";
+namespace
+{
+
+constexpr int kWaitingClients = 16;
+constexpr std::string_view kFolderName = "animation-host-";
+constexpr char kSocketName[] = "wayland-0";
 
 /* ---- Folders of the dead ---- */
 
 /* A lock on the folder, or -1 if there is none to be had: the kernel takes it from an owner that
  * dies. A link is not followed. */
-static int lock_folder(const fs::path &folder)
+int lock_folder(const fs::path &folder)
 {
 	const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 	if (fd < 0 || flock(fd, LOCK_EX | LOCK_NB) == 0)
@@ -33,7 +36,7 @@ static int lock_folder(const fs::path &folder)
 }
 
 /* Ours, and past the moment in which a folder is made but not locked: the socket comes after. */
-static bool is_whole(int folder)
+bool is_whole(int folder)
 {
 	struct stat status;
 	return fstat(folder, &status) == 0 && status.st_uid == geteuid() &&
@@ -42,7 +45,7 @@ static bool is_whole(int folder)
 	       S_ISSOCK(status.st_mode);
 }
 
-static void sweep(const fs::path &place)
+void sweep(const fs::path &place)
 {
 	std::error_code failure; /* what cannot be looked at or removed stays */
 	for (fs::directory_iterator it(place, failure), end; !failure && it != end;
@@ -60,7 +63,7 @@ static void sweep(const fs::path &place)
 
 /* ---- The socket ---- */
 
-static int listen_on(const std::string &path)
+int listen_on(const std::string &path)
 {
 	sockaddr_un address = {.sun_family = AF_UNIX};
 	if (path.size() >= sizeof(address.sun_path)) {
@@ -82,7 +85,7 @@ static int listen_on(const std::string &path)
 	return fd;
 }
 
-static bool make_folder(const fs::path &place, PrivateSocket *socket)
+bool make_folder(const fs::path &place, PrivateSocket *socket)
 {
 	std::string folder = place / (std::string(kFolderName) + "XXXXXX");
 	if (!mkdtemp(folder.data()))
@@ -91,6 +94,8 @@ static bool make_folder(const fs::path &place, PrivateSocket *socket)
 	socket->lock = lock_folder(folder);
 	return true; /* where folders cannot be locked none is ever swept */
 }
+
+} // namespace
 
 bool open_private_socket(PrivateSocket *socket, std::string *error)
 {

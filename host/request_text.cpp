@@ -4,7 +4,10 @@
 
 #include <host/compositor_state.h>
 
-static std::string argument_text(char type, const wl_argument &argument, const wl_interface *made)
+namespace
+{
+
+std::string argument_text(char type, const wl_argument &argument, const wl_interface *made)
 {
 	switch (type) {
 	case 'i':
@@ -28,6 +31,8 @@ static std::string argument_text(char type, const wl_argument &argument, const w
 		return "?";
 	}
 }
+
+} // namespace
 
 std::string request_text(const wl_protocol_logger_message &message)
 {

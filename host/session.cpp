@@ -15,7 +15,10 @@
 #include <host/child_environment.h>
 #include <host/compositor.h>
 
-static constexpr int kWindowInterval = 20; /* milliseconds in which a window reacts */
+namespace
+{
+
+constexpr int kWindowInterval = 20; /* milliseconds in which a window reacts */
 
 enum {
 	exit_failure = 1,
@@ -23,8 +26,6 @@ enum {
 	exit_not_found = 127,
 };
 
-namespace
-{
 struct SourceRemover {
 	void operator()(wl_event_source *source) const
 	{
@@ -46,22 +47,21 @@ struct Session {
 	bool ending = false;       /* the program has ended or was told to */
 	bool finished = false;     /* because all is done, which is no failure of it */
 };
-} // namespace
 
-static void complain(const std::string &message)
+void complain(const std::string &message)
 {
 	fprintf(stderr, "animation-host: %s\n", message.c_str());
 }
 
 /* ---- The end ---- */
 
-static void end_child(Session &session)
+void end_child(Session &session)
 {
 	session.ending = true;
 	kill(session.child.guard, SIGTERM);
 }
 
-static void finish(Session &session)
+void finish(Session &session)
 {
 	if (session.ending)
 		return;
@@ -70,7 +70,7 @@ static void finish(Session &session)
 }
 
 /* Pictures may still come from what the program started. */
-static int handle_report(int, std::uint32_t, void *data)
+int handle_report(int, std::uint32_t, void *data)
 {
 	auto &session = *static_cast<Session *>(data);
 	session.ending = true;
@@ -81,7 +81,7 @@ static int handle_report(int, std::uint32_t, void *data)
 
 /* ---- Signals ---- */
 
-static sigset_t session_signals()
+sigset_t session_signals()
 {
 	sigset_t signals;
 	sigemptyset(&signals);
@@ -90,6 +90,8 @@ static sigset_t session_signals()
 	return signals;
 }
 
+} // namespace
+
 void block_session_signals()
 {
 	const sigset_t signals = session_signals();
@@ -97,7 +99,10 @@ void block_session_signals()
 	signal(SIGPIPE, SIG_IGN); /* a reader that has gone must not end us with a program running */
 }
 
-static int handle_signal(int fd, std::uint32_t, void *data)
+namespace
+{
+
+int handle_signal(int fd, std::uint32_t, void *data)
 {
 	auto &session = *static_cast<Session *>(data);
 	signalfd_siginfo info;
@@ -113,7 +118,7 @@ static int handle_signal(int fd, std::uint32_t, void *data)
 
 /* ---- Surface buffers ---- */
 
-static void take_picture(Session &session, const Picture &picture)
+void take_picture(Session &session, const Picture &picture)
 {
 	if (session.ending)
 		return;
@@ -123,7 +128,7 @@ static void take_picture(Session &session, const Picture &picture)
 		finish(session);
 }
 
-static int service_window(void *data)
+int service_window(void *data)
 {
 	auto &session = *static_cast<Session *>(data);
 	if (!service_sinks(*session.sinks))
@@ -134,7 +139,7 @@ static int service_window(void *data)
 
 /* ---- The course of a session ---- */
 
-static bool open_parts(Session &session, std::string *error)
+bool open_parts(Session &session, std::string *error)
 {
 	session.sinks = open_sinks(session.options.pictures.sinks, kSurfaceWidth, kSurfaceHeight,
 	    session.options.program[0], error);
@@ -149,7 +154,7 @@ static bool open_parts(Session &session, std::string *error)
 	return session.compositor != nullptr;
 }
 
-static bool add_sources(Session &session, int signal_fd)
+bool add_sources(Session &session, int signal_fd)
 {
 	wl_event_loop *loop = compositor_loop(*session.compositor);
 	session.window_timer.reset(wl_event_loop_add_timer(loop, service_window, &session));
@@ -160,7 +165,7 @@ static bool add_sources(Session &session, int signal_fd)
 	return session.window_timer && session.signals;
 }
 
-static int final_status(const Session &session)
+int final_status(const Session &session)
 {
 	const int signal = WIFSIGNALED(session.wait_status) ? WTERMSIG(session.wait_status) : 0;
 	const bool crashed = signal != 0 && signal != SIGTERM && signal != SIGKILL;
@@ -170,7 +175,7 @@ static int final_status(const Session &session)
 }
 
 /* 0, or the exit status after telling why not. */
-static int start_program(Session &session)
+int start_program(Session &session)
 {
 	const char *name = session.options.program[0];
 	const int reason = start_child(session.options.program,
@@ -190,7 +195,7 @@ static int start_program(Session &session)
 	return exit_failure;
 }
 
-static int run_program(Session &session)
+int run_program(Session &session)
 {
 	if (const int status = start_program(session)) {
 		release_child(&session.child);
@@ -206,6 +211,8 @@ static int run_program(Session &session)
 		complain(report);
 	return complete || status != 0 ? status : exit_failure;
 }
+
+} // namespace
 
 int run_session(const SessionOptions &options)
 {

@@ -2,7 +2,10 @@
 
 #include <host/compositor_state.h>
 
-static void destroy_resource(wl_client *, wl_resource *resource)
+namespace
+{
+
+void destroy_resource(wl_client *, wl_resource *resource)
 {
 	wl_resource_destroy(resource);
 }
@@ -10,34 +13,34 @@ static void destroy_resource(wl_client *, wl_resource *resource)
 /* ---- Windows ---- */
 
 /* A window fills the surface of the unit whatever it asks for, and nobody can move it. */
-static void ignore(wl_client *, wl_resource *)
+void ignore(wl_client *, wl_resource *)
 {
 }
-static void ignore_text(wl_client *, wl_resource *, const char *)
+void ignore_text(wl_client *, wl_resource *, const char *)
 {
 }
-static void ignore_number(wl_client *, wl_resource *, std::uint32_t)
+void ignore_number(wl_client *, wl_resource *, std::uint32_t)
 {
 }
-static void ignore_object(wl_client *, wl_resource *, wl_resource *)
+void ignore_object(wl_client *, wl_resource *, wl_resource *)
 {
 }
-static void ignore_move(wl_client *, wl_resource *, wl_resource *, std::uint32_t)
+void ignore_move(wl_client *, wl_resource *, wl_resource *, std::uint32_t)
 {
 }
-static void ignore_resize(wl_client *, wl_resource *, wl_resource *, std::uint32_t, std::uint32_t)
+void ignore_resize(wl_client *, wl_resource *, wl_resource *, std::uint32_t, std::uint32_t)
 {
 }
-static void ignore_menu(
+void ignore_menu(
     wl_client *, wl_resource *, wl_resource *, std::uint32_t, std::int32_t, std::int32_t)
 {
 }
-static void ignore_geometry(
+void ignore_geometry(
     wl_client *, wl_resource *, std::int32_t, std::int32_t, std::int32_t, std::int32_t)
 {
 }
 
-static void configure(wl_resource *window, int width, int height)
+void configure(wl_resource *window, int width, int height)
 {
 	wl_array states;
 	wl_array_init(&states);
@@ -48,12 +51,12 @@ static void configure(wl_resource *window, int width, int height)
 	wl_array_release(&states);
 }
 
-static void set_fullscreen(wl_client *, wl_resource *window, wl_resource *)
+void set_fullscreen(wl_client *, wl_resource *window, wl_resource *)
 {
 	configure(window, kSurfaceWidth, kSurfaceHeight);
 }
 
-static constexpr struct xdg_surface_interface kWindowRequests = {
+constexpr struct xdg_surface_interface kWindowRequests = {
     .destroy = destroy_resource,
     .set_parent = ignore_object,
     .set_title = ignore_text,
@@ -70,7 +73,7 @@ static constexpr struct xdg_surface_interface kWindowRequests = {
     .set_minimized = ignore,
 };
 
-static void delete_window(wl_resource *window)
+void delete_window(wl_resource *window)
 {
 	wl_list_remove(wl_resource_get_link(window));
 	if (auto *surface = static_cast<Surface *>(wl_resource_get_user_data(window)))
@@ -79,12 +82,12 @@ static void delete_window(wl_resource *window)
 
 /* ---- Shells ---- */
 
-static void unlink_shell(wl_resource *shell)
+void unlink_shell(wl_resource *shell)
 {
 	wl_list_remove(wl_resource_get_link(shell));
 }
 
-static void destroy_shell(wl_client *, wl_resource *shell)
+void destroy_shell(wl_client *, wl_resource *shell)
 {
 	auto *compositor = static_cast<Compositor *>(wl_resource_get_user_data(shell));
 	wl_resource *window;
@@ -100,7 +103,7 @@ static void destroy_shell(wl_client *, wl_resource *shell)
 	wl_resource_destroy(shell);
 }
 
-static void use_unstable_version(wl_client *, wl_resource *shell, std::int32_t version)
+void use_unstable_version(wl_client *, wl_resource *shell, std::int32_t version)
 {
 	auto *compositor = static_cast<Compositor *>(wl_resource_get_user_data(shell));
 	if (version != XDG_SHELL_VERSION_CURRENT) {
@@ -113,12 +116,12 @@ static void use_unstable_version(wl_client *, wl_resource *shell, std::int32_t v
 }
 
 /* Only shells whose version was agreed on are in the compositor's list. */
-static bool is_agreed(wl_resource *shell)
+bool is_agreed(wl_resource *shell)
 {
 	return !wl_list_empty(wl_resource_get_link(shell));
 }
 
-static void get_xdg_surface(
+void get_xdg_surface(
     wl_client *client, wl_resource *shell, std::uint32_t id, wl_resource *surface_resource)
 {
 	auto *compositor = static_cast<Compositor *>(wl_resource_get_user_data(shell));
@@ -143,14 +146,14 @@ static void get_xdg_surface(
 	wl_list_insert(&compositor->windows, wl_resource_get_link(window));
 }
 
-static void get_xdg_popup(wl_client *, wl_resource *shell, std::uint32_t, wl_resource *,
-    wl_resource *, wl_resource *, std::uint32_t, std::int32_t, std::int32_t)
+void get_xdg_popup(wl_client *, wl_resource *shell, std::uint32_t, wl_resource *, wl_resource *,
+    wl_resource *, std::uint32_t, std::int32_t, std::int32_t)
 {
 	wl_resource_post_error(
 	    shell, XDG_SHELL_ERROR_INVALID_POPUP_PARENT, "there is no input, and so no popup");
 }
 
-static void pong(wl_client *, wl_resource *shell, std::uint32_t serial)
+void pong(wl_client *, wl_resource *shell, std::uint32_t serial)
 {
 	auto *compositor = static_cast<Compositor *>(wl_resource_get_user_data(shell));
 	std::lock_guard lock(compositor->mutex);
@@ -158,7 +161,7 @@ static void pong(wl_client *, wl_resource *shell, std::uint32_t serial)
 	compositor->changed.notify_all();
 }
 
-static constexpr struct xdg_shell_interface kShellRequests = {
+constexpr struct xdg_shell_interface kShellRequests = {
     .destroy = destroy_shell,
     .use_unstable_version = use_unstable_version,
     .get_xdg_surface = get_xdg_surface,
@@ -166,7 +169,7 @@ static constexpr struct xdg_shell_interface kShellRequests = {
     .pong = pong,
 };
 
-static void bind_shell(wl_client *client, void *data, std::uint32_t, std::uint32_t id)
+void bind_shell(wl_client *client, void *data, std::uint32_t, std::uint32_t id)
 {
 	wl_resource *shell = wl_resource_create(client, &xdg_shell_interface, 1, id);
 	if (!shell) {
@@ -176,6 +179,8 @@ static void bind_shell(wl_client *client, void *data, std::uint32_t, std::uint32
 	wl_list_init(wl_resource_get_link(shell));
 	wl_resource_set_implementation(shell, &kShellRequests, data, unlink_shell);
 }
+
+} // namespace
 
 bool create_shell_global(Compositor &compositor)
 {

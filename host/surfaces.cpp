@@ -6,26 +6,31 @@
 
 #include <host/compositor_state.h>
 
-static constexpr int kCompositorVersion = 4;
+namespace
+{
 
-static std::uint32_t milliseconds_now()
+constexpr int kCompositorVersion = 4;
+
+std::uint32_t milliseconds_now()
 {
 	timespec now = {};
 	clock_gettime(CLOCK_MONOTONIC, &now);
 	return static_cast<std::uint32_t>(now.tv_sec * 1000 + now.tv_nsec / 1000000);
 }
 
-static void destroy_resource(wl_client *, wl_resource *resource)
+void destroy_resource(wl_client *, wl_resource *resource)
 {
 	wl_resource_destroy(resource);
 }
 
 /* ---- Frame callbacks ---- */
 
-static void unlink_callback(wl_resource *callback)
+void unlink_callback(wl_resource *callback)
 {
 	wl_list_remove(wl_resource_get_link(callback));
 }
+
+} // namespace
 
 void answer_callbacks(wl_list *callbacks)
 {
@@ -37,7 +42,10 @@ void answer_callbacks(wl_list *callbacks)
 	}
 }
 
-static void surface_frame(wl_client *client, wl_resource *resource, std::uint32_t id)
+namespace
+{
+
+void surface_frame(wl_client *client, wl_resource *resource, std::uint32_t id)
 {
 	auto *surface = static_cast<Surface *>(wl_resource_get_user_data(resource));
 	wl_resource *callback = wl_resource_create(client, &wl_callback_interface, 1, id);
@@ -51,7 +59,7 @@ static void surface_frame(wl_client *client, wl_resource *resource, std::uint32_
 
 /* ---- Buffers ---- */
 
-static void forget_buffer(Surface &surface)
+void forget_buffer(Surface &surface)
 {
 	if (!surface.buffer)
 		return;
@@ -59,13 +67,13 @@ static void forget_buffer(Surface &surface)
 	surface.buffer = nullptr;
 }
 
-static void handle_buffer_gone(wl_listener *listener, void *)
+void handle_buffer_gone(wl_listener *listener, void *)
 {
 	Surface *surface = wl_container_of(listener, surface, buffer_gone);
 	forget_buffer(*surface);
 }
 
-static void surface_attach(
+void surface_attach(
     wl_client *, wl_resource *resource, wl_resource *buffer, std::int32_t, std::int32_t)
 {
 	auto *surface = static_cast<Surface *>(wl_resource_get_user_data(resource));
@@ -77,7 +85,7 @@ static void surface_attach(
 	wl_resource_add_destroy_listener(buffer, &surface->buffer_gone);
 }
 
-static void hand_over(Compositor &compositor, wl_shm_buffer *buffer)
+void hand_over(Compositor &compositor, wl_shm_buffer *buffer)
 {
 	wl_shm_buffer_begin_access(buffer); /* a client may shrink its file under us */
 	if (compositor.options.on_picture)
@@ -93,7 +101,7 @@ static void hand_over(Compositor &compositor, wl_shm_buffer *buffer)
 	compositor.changed.notify_all();
 }
 
-static void surface_commit(wl_client *, wl_resource *resource)
+void surface_commit(wl_client *, wl_resource *resource)
 {
 	auto *surface = static_cast<Surface *>(wl_resource_get_user_data(resource));
 	Compositor &compositor = *surface->compositor;
@@ -115,18 +123,18 @@ static void surface_commit(wl_client *, wl_resource *resource)
 /* ---- Surfaces and regions ---- */
 
 /* Surface buffers are taken whole and as they are, so these requests have no effect. */
-static void ignore_rectangle(
+void ignore_rectangle(
     wl_client *, wl_resource *, std::int32_t, std::int32_t, std::int32_t, std::int32_t)
 {
 }
-static void ignore_region(wl_client *, wl_resource *, wl_resource *)
+void ignore_region(wl_client *, wl_resource *, wl_resource *)
 {
 }
-static void ignore_number(wl_client *, wl_resource *, std::int32_t)
+void ignore_number(wl_client *, wl_resource *, std::int32_t)
 {
 }
 
-static constexpr struct wl_surface_interface kSurfaceRequests = {
+constexpr struct wl_surface_interface kSurfaceRequests = {
     .destroy = destroy_resource,
     .attach = surface_attach,
     .damage = ignore_rectangle,
@@ -139,13 +147,13 @@ static constexpr struct wl_surface_interface kSurfaceRequests = {
     .damage_buffer = ignore_rectangle,
 };
 
-static constexpr struct wl_region_interface kRegionRequests = {
+constexpr struct wl_region_interface kRegionRequests = {
     .destroy = destroy_resource,
     .add = ignore_rectangle,
     .subtract = ignore_rectangle,
 };
 
-static void delete_surface(wl_resource *resource)
+void delete_surface(wl_resource *resource)
 {
 	auto *surface = static_cast<Surface *>(wl_resource_get_user_data(resource));
 	forget_buffer(*surface);
@@ -156,7 +164,7 @@ static void delete_surface(wl_resource *resource)
 	delete surface;
 }
 
-static void create_surface(wl_client *client, wl_resource *resource, std::uint32_t id)
+void create_surface(wl_client *client, wl_resource *resource, std::uint32_t id)
 {
 	wl_resource *made =
 	    wl_resource_create(client, &wl_surface_interface, wl_resource_get_version(resource), id);
@@ -170,7 +178,7 @@ static void create_surface(wl_client *client, wl_resource *resource, std::uint32
 	wl_resource_set_implementation(made, &kSurfaceRequests, surface, delete_surface);
 }
 
-static void create_region(wl_client *client, wl_resource *, std::uint32_t id)
+void create_region(wl_client *client, wl_resource *, std::uint32_t id)
 {
 	wl_resource *made = wl_resource_create(client, &wl_region_interface, 1, id);
 	if (made)
@@ -181,12 +189,12 @@ static void create_region(wl_client *client, wl_resource *, std::uint32_t id)
 
 /* ---- Globals ---- */
 
-static constexpr struct wl_compositor_interface kCompositorRequests = {
+constexpr struct wl_compositor_interface kCompositorRequests = {
     .create_surface = create_surface,
     .create_region = create_region,
 };
 
-static void bind_compositor(wl_client *client, void *data, std::uint32_t version, std::uint32_t id)
+void bind_compositor(wl_client *client, void *data, std::uint32_t version, std::uint32_t id)
 {
 	wl_resource *resource =
 	    wl_resource_create(client, &wl_compositor_interface, static_cast<int>(version), id);
@@ -197,7 +205,7 @@ static void bind_compositor(wl_client *client, void *data, std::uint32_t version
 }
 
 /* Enough of an output to be seen in the registry: it says nothing about itself. */
-static void bind_output(wl_client *client, void *, std::uint32_t version, std::uint32_t id)
+void bind_output(wl_client *client, void *, std::uint32_t version, std::uint32_t id)
 {
 	wl_resource *resource =
 	    wl_resource_create(client, &wl_output_interface, static_cast<int>(version), id);
@@ -206,6 +214,8 @@ static void bind_output(wl_client *client, void *, std::uint32_t version, std::u
 	else
 		wl_client_post_no_memory(client);
 }
+
+} // namespace
 
 bool create_surface_globals(Compositor &compositor)
 {

@@ -12,12 +12,13 @@
 
 #include <SDL.h>
 
-static constexpr Uint64 kTitleInterval = 500;             /* milliseconds */
-static constexpr std::chrono::milliseconds kReaction{20}; /* to what the user does */
-static constexpr double kScreenShare = 0.95;              /* leaves room for the window's frame */
-
 namespace
 {
+
+constexpr Uint64 kTitleInterval = 500;             /* milliseconds */
+constexpr std::chrono::milliseconds kReaction{20}; /* to what the user does */
+constexpr double kScreenShare = 0.95;              /* leaves room for the window's frame */
+
 /* Of the window's thread. */
 struct View {
 	SDL_Window *window = nullptr;
@@ -28,6 +29,15 @@ struct View {
 };
 
 enum class State { opening, open, closed, failed };
+
+void copy_rows(const Picture &picture, std::vector<unsigned char> *pixels)
+{
+	const std::size_t row = static_cast<std::size_t>(picture.width) * 4;
+	pixels->resize(row * picture.height);
+	for (int y = 0; y < picture.height; y++)
+		memcpy(pixels->data() + y * row, picture.pixels + y * picture.stride, row);
+}
+
 } // namespace
 
 struct PreviewWindow {
@@ -45,9 +55,12 @@ struct PreviewWindow {
 	bool ending = false;
 };
 
+namespace
+{
+
 /* ---- On the window's thread ---- */
 
-static SDL_Rect size_on_screen(int width, int height)
+SDL_Rect size_on_screen(int width, int height)
 {
 	SDL_Rect screen = {};
 	double scale = 1;
@@ -58,12 +71,12 @@ static SDL_Rect size_on_screen(int width, int height)
 }
 
 /* Where SDL finds no display it opens windows in memory, unless it is told to use nothing else. */
-static bool is_seen(std::string_view driver)
+bool is_seen(std::string_view driver)
 {
 	return driver != "offscreen" && driver != "dummy";
 }
 
-static bool create_view(const PreviewWindow &preview, View &view)
+bool create_view(const PreviewWindow &preview, View &view)
 {
 	SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1"); /* Ctrl-C is the program's business */
 	SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "linear");
@@ -88,7 +101,7 @@ static bool create_view(const PreviewWindow &preview, View &view)
 	return view.texture;
 }
 
-static void destroy_view(View &view)
+void destroy_view(View &view)
 {
 	if (view.texture)
 		SDL_DestroyTexture(view.texture);
@@ -99,7 +112,7 @@ static void destroy_view(View &view)
 	SDL_QuitSubSystem(SDL_INIT_VIDEO);
 }
 
-static void update_title(View &view, const std::string &title, Uint64 pictures)
+void update_title(View &view, const std::string &title, Uint64 pictures)
 {
 	const Uint64 now = SDL_GetTicks64();
 	if (now - view.titled_at < kTitleInterval)
@@ -114,7 +127,7 @@ static void update_title(View &view, const std::string &title, Uint64 pictures)
 	view.titled_pictures = pictures;
 }
 
-static bool redraw(View &view)
+bool redraw(View &view)
 {
 	if (SDL_RenderClear(view.renderer) != 0 ||
 	    SDL_RenderCopy(view.renderer, view.texture, nullptr, nullptr) != 0)
@@ -124,7 +137,7 @@ static bool redraw(View &view)
 }
 
 /* False once the user has closed the window. */
-static bool handle_events(View &view)
+bool handle_events(View &view)
 {
 	bool open = true;
 	SDL_Event event;
@@ -140,7 +153,7 @@ static bool handle_events(View &view)
 	return open;
 }
 
-static void set_state(PreviewWindow &preview, State state)
+void set_state(PreviewWindow &preview, State state)
 {
 	std::lock_guard lock(preview.mutex);
 	if (state == State::failed)
@@ -150,7 +163,7 @@ static void set_state(PreviewWindow &preview, State state)
 }
 
 /* Shows the newest picture over and over until the end. */
-static State show_pictures(PreviewWindow &preview, View &view)
+State show_pictures(PreviewWindow &preview, View &view)
 {
 	Uint64 shown = 0;
 	std::unique_lock lock(preview.mutex);
@@ -173,7 +186,7 @@ static State show_pictures(PreviewWindow &preview, View &view)
 	return State::closed;
 }
 
-static void run_window(PreviewWindow &preview)
+void run_window(PreviewWindow &preview)
 {
 	View view;
 	if (create_view(preview, view)) {
@@ -184,6 +197,8 @@ static void run_window(PreviewWindow &preview)
 	}
 	destroy_view(view);
 }
+
+} // namespace
 
 /* ---- On the caller's ---- */
 
@@ -199,14 +214,6 @@ PreviewWindowPtr open_preview_window(
 	*error = "cannot open a window: " + preview->failure;
 	lock.unlock();
 	return nullptr;
-}
-
-static void copy_rows(const Picture &picture, std::vector<unsigned char> *pixels)
-{
-	const std::size_t row = static_cast<std::size_t>(picture.width) * 4;
-	pixels->resize(row * picture.height);
-	for (int y = 0; y < picture.height; y++)
-		memcpy(pixels->data() + y * row, picture.pixels + y * picture.stride, row);
 }
 
 bool preview_picture(PreviewWindow &preview, const Picture &picture, std::string *error)

@@ -8,22 +8,23 @@
 
 #include <sinks/unfinished_file.h>
 
+namespace
+{
+
 /* A file in fragments of half a second, each whole in itself and written at once, plays up to where
  * it stops, however its end came.
  *
  * At a constant quantiser the ultrafast preset is cheap enough to run beside a software renderer on
  * two cores, and sharp edges stay sharp. x264enc makes 4:4:4 of anything but I420. */
-static constexpr char kPipeline[] =
+constexpr char kPipeline[] =
     "appsrc name=pictures format=time ! videoconvert ! video/x-raw,format=I420 ! "
     "x264enc speed-preset=ultrafast pass=quant quantizer=20 key-int-max=50 ! "
     "mp4mux fragment-duration=500 ! filesink name=file buffer-mode=unbuffered";
 
-static constexpr guint64 kMostWaiting = 4; /* surface buffers of 5 MB */
-static constexpr GstClockTime kFrameTime = GST_SECOND / kPicturesPerSecond;
-static constexpr GstClockTime kLongestEnd = 60 * GST_SECOND;
+constexpr guint64 kMostWaiting = 4; /* surface buffers of 5 MB */
+constexpr GstClockTime kFrameTime = GST_SECOND / kPicturesPerSecond;
+constexpr GstClockTime kLongestEnd = 60 * GST_SECOND;
 
-namespace
-{
 struct Unref {
 	void operator()(void *object) const
 	{
@@ -37,6 +38,7 @@ struct MessageUnref {
 	}
 };
 using MessagePtr = std::unique_ptr<GstMessage, MessageUnref>;
+
 } // namespace
 
 struct Recorder {
@@ -50,8 +52,11 @@ struct Recorder {
 	guint64 pictures = 0;
 };
 
+namespace
+{
+
 /* GStreamer says what failed in its message and why in the last line of its debug text. */
-static std::string reason_of(GstMessage *message)
+std::string reason_of(GstMessage *message)
 {
 	GError *failure = nullptr;
 	gchar *debug = nullptr;
@@ -65,7 +70,7 @@ static std::string reason_of(GstMessage *message)
 }
 
 /* Waits so long at most, and tells whether the pipeline has failed by then. */
-static bool has_failed(Recorder &recorder, GstClockTime wait, std::string *error)
+bool has_failed(Recorder &recorder, GstClockTime wait, std::string *error)
 {
 	MessagePtr message(gst_bus_timed_pop_filtered(recorder.bus.get(), wait, GST_MESSAGE_ERROR));
 	if (!message)
@@ -74,7 +79,7 @@ static bool has_failed(Recorder &recorder, GstClockTime wait, std::string *error
 	return true;
 }
 
-static bool create_pipeline(Recorder &recorder, std::string *error)
+bool create_pipeline(Recorder &recorder, std::string *error)
 {
 	GError *failure = nullptr;
 	recorder.pipeline.reset(
@@ -93,7 +98,7 @@ static bool create_pipeline(Recorder &recorder, std::string *error)
 }
 
 /* Otherwise surface buffers of 5 MB go back to the system, and come as fresh pages each time. */
-static bool create_pool(Recorder &recorder, int width)
+bool create_pool(Recorder &recorder, int width)
 {
 	GstVideoInfo info;
 	gst_video_info_set_format(&info, GST_VIDEO_FORMAT_BGRx, width, recorder.height);
@@ -107,6 +112,19 @@ static bool create_pool(Recorder &recorder, int width)
 	return gst_buffer_pool_set_config(recorder.pool.get(), config) &&
 	       gst_buffer_pool_set_active(recorder.pool.get(), TRUE);
 }
+
+void copy_rows(const Recorder &recorder, const Picture &picture, unsigned char *target)
+{
+	if (picture.stride == recorder.row_size) {
+		memcpy(target, picture.pixels, recorder.row_size * recorder.height);
+		return;
+	}
+	for (int y = 0; y < recorder.height; y++)
+		memcpy(
+		    target + y * recorder.row_size, picture.pixels + y * picture.stride, recorder.row_size);
+}
+
+} // namespace
 
 RecorderPtr open_recorder(const std::string &path, int width, int height, std::string *error)
 {
@@ -126,17 +144,6 @@ RecorderPtr open_recorder(const std::string &path, int width, int height, std::s
 		return nullptr;
 	}
 	return recorder;
-}
-
-static void copy_rows(const Recorder &recorder, const Picture &picture, unsigned char *target)
-{
-	if (picture.stride == recorder.row_size) {
-		memcpy(target, picture.pixels, recorder.row_size * recorder.height);
-		return;
-	}
-	for (int y = 0; y < recorder.height; y++)
-		memcpy(
-		    target + y * recorder.row_size, picture.pixels + y * picture.stride, recorder.row_size);
 }
 
 bool record_picture(Recorder &recorder, const Picture &picture, std::string *error)

@@ -19,7 +19,10 @@ bool parse_count(const std::string &text, std::uint64_t *value)
 	return true;
 }
 
-static bool parse_snapshot(const std::string &text, std::vector<Snapshot> *snapshots)
+namespace
+{
+
+bool parse_snapshot(const std::string &text, std::vector<Snapshot> *snapshots)
 {
 	std::size_t equals = text.find('=');
 	Snapshot snapshot = {};
@@ -30,6 +33,8 @@ static bool parse_snapshot(const std::string &text, std::vector<Snapshot> *snaps
 	snapshots->push_back(snapshot);
 	return true;
 }
+
+} // namespace
 
 ArgumentResult take_sink_argument(
     int argc, char *const *argv, int *index, SinkArguments *arguments, std::string *error)

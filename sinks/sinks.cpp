@@ -35,12 +35,15 @@ SinksPtr open_sinks(
 	return sinks;
 }
 
-static bool is_open(const Sinks &sinks)
+namespace
+{
+
+bool is_open(const Sinks &sinks)
 {
 	return !sinks.closed && sinks.failure.empty();
 }
 
-static bool fits(Sinks &sinks, const Picture &picture)
+bool fits(Sinks &sinks, const Picture &picture)
 {
 	auto size = [](int width, int height) {
 		return std::to_string(width) + 'x' + std::to_string(height);
@@ -53,13 +56,15 @@ static bool fits(Sinks &sinks, const Picture &picture)
 	return false;
 }
 
-static bool record(Sinks &sinks, const Picture &picture)
+bool record(Sinks &sinks, const Picture &picture)
 {
 	if (!sinks.recorder || record_picture(*sinks.recorder, picture, &sinks.failure))
 		return true;
 	sinks.recorder.reset(); /* what it has written stays as it is */
 	return false;
 }
+
+} // namespace
 
 bool show_picture(Sinks &sinks, const Picture &picture)
 {

@@ -14,6 +14,7 @@ namespace fs = std::filesystem;
 
 namespace
 {
+
 struct FileCloser {
 	void operator()(FILE *file) const
 	{
@@ -27,12 +28,11 @@ struct Target {
 	fs::path written;
 	fs::path name; /* empty: it is written in place */
 };
-} // namespace
 
 /* ---- Files that are whole or not there ---- */
 
 /* A file behind a link is replaced, not the link. A device has no whole and takes what comes. */
-static Target target_of(const std::string &path)
+Target target_of(const std::string &path)
 {
 	std::error_code ignored;
 	const fs::file_status status = fs::status(path, ignored);
@@ -44,7 +44,7 @@ static Target target_of(const std::string &path)
 	return {name.string() + ".part", name};
 }
 
-static FilePtr open_target(const Target &target)
+FilePtr open_target(const Target &target)
 {
 	std::error_code ignored;
 	if (fs::is_directory(target.name, ignored)) {
@@ -56,19 +56,19 @@ static FilePtr open_target(const Target &target)
 	return FilePtr(fd < 0 ? nullptr : fdopen(fd, "w"));
 }
 
-static void drop(const Target &target)
+void drop(const Target &target)
 {
 	if (!target.name.empty())
 		unlink(target.written.c_str());
 }
 
-static std::string refusal(const std::string &path, const char *reason)
+std::string refusal(const std::string &path, const char *reason)
 {
 	return "cannot write " + path + ": " + reason;
 }
 
 /* Opening a device, or closing it, may have an effect. */
-static bool can_write(const Target &target)
+bool can_write(const Target &target)
 {
 	if (target.name.empty())
 		return access(target.written.c_str(), W_OK) == 0;
@@ -77,6 +77,8 @@ static bool can_write(const Target &target)
 		drop(target);
 	return file != nullptr;
 }
+
+} // namespace
 
 bool can_write_snapshots(const std::vector<Snapshot> &wanted, std::string *error)
 {
@@ -90,10 +92,13 @@ bool can_write_snapshots(const std::vector<Snapshot> &wanted, std::string *error
 	return true;
 }
 
+namespace
+{
+
 /* ---- Pictures ---- */
 
 /* The fourth byte is no alpha: the surface is opaque whatever it holds. */
-static std::vector<unsigned char> without_padding(const Picture &picture)
+std::vector<unsigned char> without_padding(const Picture &picture)
 {
 	std::vector<unsigned char> packed;
 	packed.reserve(static_cast<std::size_t>(picture.width) * picture.height * 3);
@@ -106,7 +111,7 @@ static std::vector<unsigned char> without_padding(const Picture &picture)
 }
 
 /* Empty, or the reason why not. */
-static std::string write_png(FILE *file, const Picture &picture)
+std::string write_png(FILE *file, const Picture &picture)
 {
 	png_image image = {};
 	image.version = PNG_IMAGE_VERSION;
@@ -121,7 +126,7 @@ static std::string write_png(FILE *file, const Picture &picture)
 }
 
 /* Empty, or the reason why not. */
-static std::string write_snapshot(const std::string &path, const Picture &picture)
+std::string write_snapshot(const std::string &path, const Picture &picture)
 {
 	const Target target = target_of(path);
 	FilePtr file = open_target(target);
@@ -136,6 +141,8 @@ static std::string write_snapshot(const std::string &path, const Picture &pictur
 		drop(target);
 	return reason;
 }
+
+} // namespace
 
 bool take_snapshots(std::vector<Snapshot> *pending, std::uint64_t number, const Picture &picture,
     std::string *error)

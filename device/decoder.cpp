@@ -9,6 +9,9 @@
 
 #include <device/padded_frames.h>
 
+namespace
+{
+
 /* Above the software decoders, so that decodebin takes this one. */
 constexpr guint kRank = GST_RANK_PRIMARY + 64;
 
@@ -28,29 +31,28 @@ G_DEFINE_TYPE(AnimationDecoder, animation_decoder, GST_TYPE_BIN)
 
 enum Property : guint { kInputBuffers = 1 };
 
-static GstStaticPadTemplate sink_template =
-    GST_STATIC_PAD_TEMPLATE("sink", GST_PAD_SINK, GST_PAD_ALWAYS,
-        GST_STATIC_CAPS("video/x-h264, stream-format = (string) { avc, byte-stream }, "
-                        "alignment = (string) au"));
-static GstStaticPadTemplate source_template = GST_STATIC_PAD_TEMPLATE(
+GstStaticPadTemplate sink_template = GST_STATIC_PAD_TEMPLATE("sink", GST_PAD_SINK, GST_PAD_ALWAYS,
+    GST_STATIC_CAPS("video/x-h264, stream-format = (string) { avc, byte-stream }, "
+                    "alignment = (string) au"));
+GstStaticPadTemplate source_template = GST_STATIC_PAD_TEMPLATE(
     "src", GST_PAD_SRC, GST_PAD_ALWAYS, GST_STATIC_CAPS(GST_VIDEO_CAPS_MAKE("NV12")));
 
-static AnimationDecoder *self_of(gpointer object)
+AnimationDecoder *self_of(gpointer object)
 {
 	return static_cast<AnimationDecoder *>(object);
 }
 
-static void set_property(GObject *object, guint, const GValue *value, GParamSpec *)
+void set_property(GObject *object, guint, const GValue *value, GParamSpec *)
 {
 	self_of(object)->input_buffers = g_value_get_uint(value);
 }
 
-static void get_property(GObject *object, guint, GValue *value, GParamSpec *)
+void get_property(GObject *object, guint, GValue *value, GParamSpec *)
 {
 	g_value_set_uint(value, self_of(object)->input_buffers);
 }
 
-static GstStateChangeReturn change_state(GstElement *element, GstStateChange change)
+GstStateChangeReturn change_state(GstElement *element, GstStateChange change)
 {
 	if (change == GST_STATE_CHANGE_NULL_TO_READY && !self_of(element)->complete) {
 		GST_ELEMENT_ERROR(element, CORE, MISSING_PLUGIN, ("no software H.264 decoder"),
@@ -60,7 +62,7 @@ static GstStateChangeReturn change_state(GstElement *element, GstStateChange cha
 	return GST_ELEMENT_CLASS(animation_decoder_parent_class)->change_state(element, change);
 }
 
-static void animation_decoder_class_init(AnimationDecoderClass *type)
+void animation_decoder_class_init(AnimationDecoderClass *type)
 {
 	auto *object = G_OBJECT_CLASS(type);
 	object->set_property = set_property;
@@ -80,8 +82,7 @@ static void animation_decoder_class_init(AnimationDecoderClass *type)
 	    "Decodes H.264 in software to padded NV12 frames behind file descriptors", "animation");
 }
 
-static void add_ghost_pad(
-    AnimationDecoder *self, GstStaticPadTemplate *pad_template, GstElement *target)
+void add_ghost_pad(AnimationDecoder *self, GstStaticPadTemplate *pad_template, GstElement *target)
 {
 	GstPad *inner =
 	    target ? gst_element_get_static_pad(target, pad_template->name_template) : nullptr;
@@ -95,7 +96,7 @@ static void add_ghost_pad(
 		gst_object_unref(inner);
 }
 
-static void animation_decoder_init(AnimationDecoder *self)
+void animation_decoder_init(AnimationDecoder *self)
 {
 	self->input_buffers = kDefaultInputBuffers;
 
@@ -113,10 +114,12 @@ static void animation_decoder_init(AnimationDecoder *self)
 	add_ghost_pad(self, &source_template, frames);
 }
 
-static gboolean plugin_init(GstPlugin *plugin)
+gboolean plugin_init(GstPlugin *plugin)
 {
 	return gst_element_register(plugin, "ducatih264decvpe", kRank, animation_decoder_get_type());
 }
+
+} // namespace
 
 #define PACKAGE "animation"
 GST_PLUGIN_DEFINE(GST_VERSION_MAJOR, GST_VERSION_MINOR, animationdecoder,

@@ -6,6 +6,9 @@
 
 #include <gst/allocators/gstfdmemory.h>
 
+namespace
+{
+
 struct AnimationMemfdAllocator {
 	GstFdAllocator parent;
 };
@@ -15,13 +18,13 @@ struct AnimationMemfdAllocatorClass {
 
 G_DEFINE_TYPE(AnimationMemfdAllocator, animation_memfd_allocator, GST_TYPE_FD_ALLOCATOR)
 
-static bool give_fixed_size(int fd, gsize size)
+bool give_fixed_size(int fd, gsize size)
 {
 	return ftruncate(fd, static_cast<off_t>(size)) == 0 &&
 	       fcntl(fd, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) == 0;
 }
 
-static GstMemory *allocate(GstAllocator *allocator, gsize size, GstAllocationParams *params)
+GstMemory *allocate(GstAllocator *allocator, gsize size, GstAllocationParams *params)
 {
 	const gsize whole = size + params->prefix + params->padding;
 	const int fd = memfd_create("decoded-picture", MFD_CLOEXEC | MFD_ALLOW_SEALING);
@@ -42,16 +45,18 @@ static GstMemory *allocate(GstAllocator *allocator, gsize size, GstAllocationPar
 	return memory;
 }
 
-static void animation_memfd_allocator_class_init(AnimationMemfdAllocatorClass *type)
+void animation_memfd_allocator_class_init(AnimationMemfdAllocatorClass *type)
 {
 	GST_ALLOCATOR_CLASS(type)->alloc = allocate;
 }
 
-static void animation_memfd_allocator_init(AnimationMemfdAllocator *allocator)
+void animation_memfd_allocator_init(AnimationMemfdAllocator *allocator)
 {
 	/* Unlike the parent's, memory of this type can be had by size. */
 	GST_OBJECT_FLAG_UNSET(allocator, GST_ALLOCATOR_FLAG_CUSTOM_ALLOC);
 }
+
+} // namespace
 
 GstAllocator *memfd_allocator_new()
 {

@@ -9,6 +9,9 @@
 #include <device/memfd_allocator.h>
 #include <device/padded_picture.h>
 
+namespace
+{
+
 /* Frames that pass before one is written again: time for a receiver that uses a descriptor after
  * it has let go of the buffer. */
 constexpr guint kRing = 8;
@@ -36,14 +39,14 @@ struct AnimationPaddedFramesClass {
 
 G_DEFINE_TYPE(AnimationPaddedFrames, animation_padded_frames, GST_TYPE_BASE_TRANSFORM)
 
-static AnimationPaddedFrames *self_of(gpointer object)
+AnimationPaddedFrames *self_of(gpointer object)
 {
 	return static_cast<AnimationPaddedFrames *>(object);
 }
 
 /* ---- Pools ---------------------------------------------------------------------------------- */
 
-static void close_pool(Pool &pool)
+void close_pool(Pool &pool)
 {
 	if (pool.buffers) {
 		gst_buffer_pool_set_active(pool.buffers, FALSE);
@@ -52,7 +55,7 @@ static void close_pool(Pool &pool)
 	pool = {};
 }
 
-static void close_pools(Pools &pools)
+void close_pools(Pools &pools)
 {
 	close_pool(pools.current);
 	close_pool(pools.previous);
@@ -60,7 +63,7 @@ static void close_pools(Pools &pools)
 
 /* A frame on its way to the screen when the playback ends is imported after it. So the descriptors
  * stay open until the next playback has ended, and the last picture can stay on the screen. */
-static void retire_pools(AnimationPaddedFrames *self)
+void retire_pools(AnimationPaddedFrames *self)
 {
 	static GMutex lock;
 	static Pools retired;
@@ -73,7 +76,7 @@ static void retire_pools(AnimationPaddedFrames *self)
 }
 
 /* The stock pool gives out its free buffers in the order in which they came back. */
-static GstBufferPool *open_pool(GstCaps *caps, guint size)
+GstBufferPool *open_pool(GstCaps *caps, guint size)
 {
 	GstAllocator *allocator = memfd_allocator_new();
 	GstBufferPool *pool = gst_buffer_pool_new();
@@ -89,7 +92,7 @@ static GstBufferPool *open_pool(GstCaps *caps, guint size)
 	return nullptr;
 }
 
-static bool select_pool(AnimationPaddedFrames *self, GstCaps *caps, guint size)
+bool select_pool(AnimationPaddedFrames *self, GstCaps *caps, guint size)
 {
 	Pools &pools = self->pools;
 	if (pools.current.size == size)
@@ -111,7 +114,7 @@ static bool select_pool(AnimationPaddedFrames *self, GstCaps *caps, guint size)
 
 /* The receiver has had as many frames of the new size as may pass between a frame and its import.
  */
-static void close_previous_pool(Pools &pools)
+void close_previous_pool(Pools &pools)
 {
 	if (pools.previous.buffers && ++pools.frames > kRing)
 		close_pool(pools.previous);
@@ -119,7 +122,7 @@ static void close_previous_pool(Pools &pools)
 
 /* ---- Caps ------------------------------------------------------------------------------------ */
 
-static void give_size_of_output(GstStructure *structure)
+void give_size_of_output(GstStructure *structure)
 {
 	int width, height;
 	if (gst_structure_get_int(structure, "width", &width) &&
@@ -133,7 +136,7 @@ static void give_size_of_output(GstStructure *structure)
 	}
 }
 
-static GstCaps *transform_caps(
+GstCaps *transform_caps(
     GstBaseTransform *, GstPadDirection direction, GstCaps *caps, GstCaps *filter)
 {
 	GstCaps *result = gst_caps_copy(caps);
@@ -156,7 +159,7 @@ static GstCaps *transform_caps(
 	return result;
 }
 
-static gboolean set_caps(GstBaseTransform *transform, GstCaps *input, GstCaps *output)
+gboolean set_caps(GstBaseTransform *transform, GstCaps *input, GstCaps *output)
 {
 	AnimationPaddedFrames *self = self_of(transform);
 	if (!gst_video_info_from_caps(&self->input, input))
@@ -168,19 +171,19 @@ static gboolean set_caps(GstBaseTransform *transform, GstCaps *input, GstCaps *o
 /* ---- Frames ---------------------------------------------------------------------------------- */
 
 /* With it the decoder in front may keep its own row lengths. */
-static gboolean propose_allocation(GstBaseTransform *, GstQuery *, GstQuery *query)
+gboolean propose_allocation(GstBaseTransform *, GstQuery *, GstQuery *query)
 {
 	gst_query_add_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr);
 	return TRUE;
 }
 
 /* Whatever the next element would like: the pool here is the point of this element. */
-static gboolean decide_allocation(GstBaseTransform *, GstQuery *)
+gboolean decide_allocation(GstBaseTransform *, GstQuery *)
 {
 	return TRUE;
 }
 
-static GstFlowReturn prepare_output_buffer(
+GstFlowReturn prepare_output_buffer(
     GstBaseTransform *transform, GstBuffer *input, GstBuffer **output)
 {
 	Pools &pools = self_of(transform)->pools;
@@ -194,7 +197,7 @@ static GstFlowReturn prepare_output_buffer(
 	return result;
 }
 
-static bool write_frame(AnimationPaddedFrames *self, GstBuffer *input, GstBuffer *output)
+bool write_frame(AnimationPaddedFrames *self, GstBuffer *input, GstBuffer *output)
 {
 	GstVideoFrame frame;
 	if (!gst_video_frame_map(&frame, &self->input, input, GST_MAP_READ))
@@ -221,8 +224,7 @@ static bool write_frame(AnimationPaddedFrames *self, GstBuffer *input, GstBuffer
 	return mapped;
 }
 
-static GstFlowReturn transform_frame(
-    GstBaseTransform *transform, GstBuffer *input, GstBuffer *output)
+GstFlowReturn transform_frame(GstBaseTransform *transform, GstBuffer *input, GstBuffer *output)
 {
 	AnimationPaddedFrames *self = self_of(transform);
 	if (!write_frame(self, input, output)) {
@@ -239,7 +241,7 @@ static GstFlowReturn transform_frame(
 
 /* ---- Life ----------------------------------------------------------------------------------- */
 
-static GstStateChangeReturn change_state(GstElement *element, GstStateChange change)
+GstStateChangeReturn change_state(GstElement *element, GstStateChange change)
 {
 	const GstStateChangeReturn result =
 	    GST_ELEMENT_CLASS(animation_padded_frames_parent_class)->change_state(element, change);
@@ -248,13 +250,13 @@ static GstStateChangeReturn change_state(GstElement *element, GstStateChange cha
 	return result;
 }
 
-static void finalize(GObject *object)
+void finalize(GObject *object)
 {
 	close_pools(self_of(object)->pools);
 	G_OBJECT_CLASS(animation_padded_frames_parent_class)->finalize(object);
 }
 
-static void animation_padded_frames_class_init(AnimationPaddedFramesClass *type)
+void animation_padded_frames_class_init(AnimationPaddedFramesClass *type)
 {
 	static GstStaticPadTemplate sink = GST_STATIC_PAD_TEMPLATE(
 	    "sink", GST_PAD_SINK, GST_PAD_ALWAYS, GST_STATIC_CAPS(GST_VIDEO_CAPS_MAKE("I420")));
@@ -277,9 +279,11 @@ static void animation_padded_frames_class_init(AnimationPaddedFramesClass *type)
 	G_OBJECT_CLASS(type)->finalize = finalize;
 }
 
-static void animation_padded_frames_init(AnimationPaddedFrames *)
+void animation_padded_frames_init(AnimationPaddedFrames *)
 {
 }
+
+} // namespace
 
 GstElement *padded_frames_new()
 {

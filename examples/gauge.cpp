@@ -16,6 +16,9 @@
 
 using namespace std::chrono_literals;
 
+namespace
+{
+
 /* A rectangle on the right display. Its strip begins with the bottom edge: pictures are upright. */
 struct Rectangle {
 	float corners[8];
@@ -36,7 +39,7 @@ struct Rectangle {
 };
 
 /* A texture of one colour that fades to the left. The pixels are read during the call. */
-static GLuint make_ramp(std::uint8_t red, std::uint8_t green, std::uint8_t blue)
+GLuint make_ramp(std::uint8_t red, std::uint8_t green, std::uint8_t blue)
 {
 	constexpr int kWidth = 256;
 	std::vector<std::uint8_t> pixels;
@@ -46,7 +49,7 @@ static GLuint make_ramp(std::uint8_t red, std::uint8_t green, std::uint8_t blue)
 }
 
 /* TEX_IDS: the texture stays ours. It must live until the last object that shows it has gone. */
-static TextureArray texture_set(GLuint texture)
+TextureArray texture_set(GLuint texture)
 {
 	TextureArray textures = ANIMATION_TEXTURES_INIT;
 	textures.mode = TEX_IDS;
@@ -55,18 +58,20 @@ static TextureArray texture_set(GLuint texture)
 	return textures;
 }
 
-static bool is_there(unsigned int id)
+bool is_there(unsigned int id)
 {
 	return GetAnimationObjStatus(id) != ST_INVALID;
 }
 
-static void remove_and_wait(unsigned int id)
+void remove_and_wait(unsigned int id)
 {
 	if (is_there(id))
 		RemoveAnimationObj(id, DEL_IMMEDIATELY);
 	while (running && is_there(id))
 		std::this_thread::sleep_for(10ms);
 }
+
+} // namespace
 
 int main(int argc, char **argv)
 {

@@ -80,19 +80,19 @@ std::string bmp_fault(const std::string &path)
 	return "";
 }
 
+/* Of a picture of our own scenes, which the build draws. */
+bool has_drawing(const std::string &path)
+{
+	const std::filesystem::path picture(path);
+	return can_be_read(picture.parent_path() / "pictures" / picture.stem() += ".svg");
+}
+
 } // namespace
 
 bool can_be_read(const std::string &path)
 {
 	std::error_code error;
 	return std::filesystem::is_regular_file(path, error) && std::ifstream(path);
-}
-
-/* Of a picture of our own scenes, which the build draws. */
-static bool has_drawing(const std::string &path)
-{
-	const std::filesystem::path picture(path);
-	return can_be_read(picture.parent_path() / "pictures" / picture.stem() += ".svg");
 }
 
 PictureFormat picture_format(const std::string &path)

@@ -27,8 +27,13 @@
 #include "files.h"
 #include "offscreen_test.h"
 
+namespace
+{
+
 /* In front of EGL, where the layer asks whether it is needed. */
-static bool egl_seems_to_import;
+bool egl_seems_to_import;
+
+} // namespace
 
 extern "C" const char *eglQueryString(EGLDisplay display, EGLint name)
 {

@@ -16,9 +16,12 @@
 #include <animation/animation.h>
 #include <render/render.h>
 
-static volatile sig_atomic_t interrupts = 0;
+namespace
+{
 
-static void show(ViewPortID vp_id)
+volatile sig_atomic_t interrupts = 0;
+
+void show(ViewPortID vp_id)
 {
 	float corners[8] = {0, 576, 1152, 576, 0, 0, 1152, 0};
 	Backgroud_animationpara para = {.in_position2d = {4, nullptr, corners, vp_id}};
@@ -26,6 +29,8 @@ static void show(ViewPortID vp_id)
 	para.textures.constant_color[0] = para.textures.constant_color[3] = 1;
 	CreateAnimationObj(ANI_BACKGROUND, &para);
 }
+
+} // namespace
 
 int main(int, char **argv)
 {

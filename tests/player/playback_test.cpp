@@ -7,10 +7,15 @@
 #include "../support/failing_memory.h"
 #include "playback.h"
 
+namespace
+{
+
 /* In front of what the player calls: the pipeline that it got, and a thread that it does not get.
  */
-static GstElement *launched;
-static bool threads_fail;
+GstElement *launched;
+bool threads_fail;
+
+} // namespace
 
 extern "C" GstElement *gst_parse_launch(const gchar *description, GError **error)
 {

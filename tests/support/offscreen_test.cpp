@@ -29,6 +29,15 @@ struct CloseWindow : testing::Environment {
 [[maybe_unused]] const auto *const close_window =
     testing::AddGlobalTestEnvironment(new CloseWindow);
 
+std::vector<Pixel> read_framebuffer(int x, int y, int width, int height)
+{
+	std::vector<Pixel> pixels(static_cast<std::size_t>(width) * height);
+	glReadPixels(x, y, width, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+	for (Pixel &pixel : pixels)
+		std::swap(pixel.r, pixel.b);
+	return pixels;
+}
+
 } // namespace
 
 float viewport_strip[8] = {0, 576, 1152, 576, 0, 0, 1152, 0};
@@ -68,15 +77,6 @@ void add_picture(TextureArray &textures, const Pixel &pixel)
 GLuint solid_texture(Pixel pixel)
 {
 	return CreateTexture(1, 1, GL_BGRA_EXT, &pixel);
-}
-
-static std::vector<Pixel> read_framebuffer(int x, int y, int width, int height)
-{
-	std::vector<Pixel> pixels(static_cast<std::size_t>(width) * height);
-	glReadPixels(x, y, width, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
-	for (Pixel &pixel : pixels)
-		std::swap(pixel.r, pixel.b);
-	return pixels;
 }
 
 std::vector<Pixel> read_texture(GLuint texture, int width, int height)

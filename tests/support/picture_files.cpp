@@ -5,11 +5,22 @@
 #include <gtest/gtest.h>
 #include <png.h>
 
-static void put(Bytes &bytes, std::size_t at, std::uint32_t value, int count)
+namespace
+{
+
+void put(Bytes &bytes, std::size_t at, std::uint32_t value, int count)
 {
 	for (int i = 0; i < count; i++)
 		bytes[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
 }
+
+void append(png_structp writer, png_bytep data, std::size_t size)
+{
+	auto *bytes = static_cast<Bytes *>(png_get_io_ptr(writer));
+	bytes->insert(bytes->end(), data, data + size);
+}
+
+} // namespace
 
 Bytes bmp(const Bmp &header, const Bytes &pixels)
 {
@@ -20,12 +31,6 @@ Bytes bmp(const Bmp &header, const Bytes &pixels)
 	put(bytes, 28, header.bits_per_pixel, 2);
 	bytes.insert(bytes.end(), pixels.begin(), pixels.end());
 	return bytes;
-}
-
-static void append(png_structp writer, png_bytep data, std::size_t size)
-{
-	auto *bytes = static_cast<Bytes *>(png_get_io_ptr(writer));
-	bytes->insert(bytes->end(), data, data + size);
 }
 
 Bytes png(const Png &header, const Bytes &pixels)

@@ -24,6 +24,15 @@ struct KeepDriver : testing::Environment {
 };
 [[maybe_unused]] const auto *const keep_driver = testing::AddGlobalTestEnvironment(new KeepDriver);
 
+/* DeInit frees no object and takes the lock away, without which none can be freed. */
+void free_what_is_left()
+{
+	create_list_mutex();
+	while (animationItemHead)
+		RemoveAnimationObjReal(animationItemHead->objId);
+	pthread_mutex_destroy(&g_mutex);
+}
+
 } // namespace
 
 std::uint32_t Shown::at(int x, int y) const
@@ -70,15 +79,6 @@ void SystemTest::remove_all()
 		pthread_mutex_unlock(&g_mutex);
 		return empty;
 	}));
-}
-
-/* DeInit frees no object and takes the lock away, without which none can be freed. */
-static void free_what_is_left()
-{
-	create_list_mutex();
-	while (animationItemHead)
-		RemoveAnimationObjReal(animationItemHead->objId);
-	pthread_mutex_destroy(&g_mutex);
 }
 
 void SystemTest::finish()

@@ -2,6 +2,8 @@
 #include <animation/image_loading.h>
 #include <base/report.h>
 
+#include <algorithm>
+
 int load_texture(GLuint, int width, int height, int textureType, const void *data)
 {
 	switch (textureType) {
@@ -24,11 +26,26 @@ int load_texture(GLuint, int width, int height, int textureType, const void *dat
 	return 0;
 }
 
-int upload_picture(GLuint tex, const DecodedPicture &picture, const char *filename)
+namespace
 {
+
+/* A GL that shows the surface takes pictures of its width: it is asked about larger ones alone. */
+constexpr int kSurfaceWidth = 2 * ANIMATION_VIEWPORT_WIDTH;
+
+bool fits_in_texture(int side)
+{
+	if (side <= kSurfaceWidth)
+		return true;
 	GLint max = 0;
 	glGetIntegerv(GL_MAX_TEXTURE_SIZE, &max);
-	if (picture.width > max || picture.height > max) {
+	return side <= max;
+}
+
+} // namespace
+
+int upload_picture(GLuint tex, const DecodedPicture &picture, const char *filename)
+{
+	if (!fits_in_texture(std::max(picture.width, picture.height))) {
 		REPORT("Invalid size %d x %d in %s\n", picture.width, picture.height, filename);
 		return -1;
 	}

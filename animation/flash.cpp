@@ -37,7 +37,6 @@ void generate_flash(AnimationObj &obj, FillCoordinates fill_coordinates)
 
 	bind_picture(renderobj);
 	renderobj.blendingmode = BLD_SOURCE;
-	renderobj.prealpha1 = 1.0f;
 	bind_alpha_texture(renderobj, para.textures);
 	if (!is_waiting(obj, para))
 		blink(obj, para);

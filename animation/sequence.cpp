@@ -104,7 +104,6 @@ void GenSeqLoopAnimationFrame(unsigned int id, void *)
 
 	bind_picture(renderobj);
 	renderobj.blendingmode = BLD_SOURCE;
-	renderobj.prealpha1 = 1.0f;
 	Convert2DTo3DPosition(para.in_position2d.position2d, renderobj.position3d,
 	    movable_vertices(renderobj, para.in_position2d));
 	if (!is_waiting(*obj, para)) {

@@ -10,31 +10,29 @@
 namespace
 {
 
-/* As fopen with "w", but a regular file or none: a link could lead anywhere, and a pipe would hold
- * the frames for ever. */
-FILE *open_regular_file(const char *name)
+/* As open for writing anew, but a regular file or none: a link could lead anywhere, and a pipe
+ * would hold the frames for ever. */
+int open_regular_file(const char *name)
 {
 	struct stat status;
 	if (lstat(name, &status) == 0 && !S_ISREG(status.st_mode))
-		return nullptr;
+		return -1;
 	int fd = open(name, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
-	if (fd < 0)
-		return nullptr;
-	FILE *file = nullptr;
-	if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && ftruncate(fd, 0) == 0)
-		file = fdopen(fd, "w");
-	if (!file)
+	if (fd >= 0 && fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && ftruncate(fd, 0) == 0)
+		return fd;
+	if (fd >= 0)
 		close(fd);
-	return file;
+	return -1;
 }
 
 void write_whole_file(const char *name, const unsigned char *pixels, std::size_t size)
 {
-	FILE *file = open_regular_file(name);
-	if (!file)
+	int fd = open_regular_file(name);
+	if (fd < 0)
 		return;
-	bool whole = fwrite(pixels, size, 1, file) == 1 && fflush(file) == 0;
-	whole = fclose(file) == 0 && whole;
+	FILE *file = fdopen(fd, "w");
+	bool whole = file && fwrite(pixels, size, 1, file) == 1 && fflush(file) == 0;
+	whole = (file ? fclose(file) : close(fd)) == 0 && whole;
 	if (!whole)
 		unlink(name);
 }

@@ -84,9 +84,9 @@ typedef struct CustomData CustomData;
  * error.
  *
  * Returns 0 if the playback has started. Later errors, such as a missing decoder, are only printed.
- * Returns 1 if a playback exists or has not fully ended; nothing changes. Returns -1 on failure,
- * and nothing is left behind. A failure is reported, unless uri is NULL or its host has more than
- * 19 characters.
+ * Returns 1 if a playback exists or has not fully ended; nothing changes. Returns -1 on failure;
+ * nothing but the registration stays. A failure is reported, unless uri is NULL or its host has
+ * more than 19 characters.
  */
 int StartGSTPlay(const char *uri);
 
@@ -103,8 +103,9 @@ int StartGSTPlay(const char *uri);
  * bufinfo must be NULL or a block from malloc(). The player writes the block, and frees it at the
  * end of the playback. <animation/animation.h> has a table of who owns it when.
  *
- * The end of the playback ends the registration. A second registration replaces the first. The
- * bufinfo blocks of the first are then the application's to free.
+ * The end of the playback ends the registration. A start that fails does not: before you free the
+ * records, register ANIMATION_NO_OBJECT. A second registration replaces the first. The bufinfo
+ * blocks of the first are then the application's to free.
  *
  * Returns 0. Returns -1 with a report if an id is not that of an ANI_VIDEO_GST object. The earlier
  * registration then stays.

@@ -50,6 +50,8 @@ void Playback::register_objects()
 
 void Playback::remove_objects()
 {
+	// A start that failed has left the records registered.
+	SetGSTPlayAnimationId(ANIMATION_NO_OBJECT, nullptr, ANIMATION_NO_OBJECT, nullptr);
 	for (unsigned &id : ids)
 		RemoveAnimationObjReal(std::exchange(id, ANIMATION_NO_OBJECT));
 	// Left behind where the registration was given up during the playback.

@@ -83,12 +83,12 @@ bool Playback::frames_come(double seconds)
 	       wait_until([&] { return take(right); }, seconds);
 }
 
-std::string Playback::film()
+std::string Playback::film(int frames)
 {
 	static const Folder folder;
-	const std::string path = folder / "film.mp4";
+	const std::string path = folder / (std::to_string(frames) + ".mp4");
 	if (!std::filesystem::exists(path)) {
-		Feed camera(test_pattern(false, 25) + "mp4mux ! filesink location=" + path);
+		Feed camera(test_pattern(false, frames) + "mp4mux ! filesink location=" + path);
 		EXPECT_TRUE(camera.ends(20));
 	}
 	return path;

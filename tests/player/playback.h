@@ -40,8 +40,8 @@ protected:
 	/* True when a frame has reached both records since the last call. */
 	bool frames_come(double seconds = 10);
 
-	/* The film, made when it is first asked for: 25 frames of 320 x 240, one second. */
-	static std::string film();
+	/* The film, made when it is first asked for: 320 x 240, 25 frames a second. */
+	static std::string film(int frames = 25);
 
 	/* IsGSTStatePlaying and GetGSTimeStramp with other words. */
 	static bool is_up();

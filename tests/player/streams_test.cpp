@@ -139,19 +139,31 @@ TEST_F(RtmpPlayback, PlaysOnceTheQueueIsFull)
 
 TEST_F(RtmpPlayback, GoesOnWhileTheApplicationHoldsTheMutex)
 {
+	const auto expect_a_second_of_play = [&] {
+		const auto lost = [&] { return count(out.text(), "pthread_mutex_trylock lock failed\n"); };
+		const int lost_before = lost(), position_before = position();
+		std::this_thread::sleep_for(std::chrono::seconds(1));
+		EXPECT_GT(lost(), lost_before + 5);
+		EXPECT_GT(position(), position_before + 300);
+	};
 	publish();
 	{
 		const ListLock held; // from before the start
 		ASSERT_EQ(StartGSTPlay(kUri), 0);
-		EXPECT_TRUE(out.waits_for("Done buffering, setting pipeline to PLAYING ...\n"));
 		EXPECT_TRUE(out.waits_for("Pipeline state changed from PAUSED to PLAYING:\n"));
-		EXPECT_TRUE(out.waits_for("pthread_mutex_trylock lock failed\n"));
+		EXPECT_TRUE(in_order(out.text(),
+		    {"Buffering (100%)\n", "Done buffering, setting pipeline to PLAYING ...\n"}));
+		expect_a_second_of_play();
 	}
 	EXPECT_TRUE(frames_come());
 	{
 		const ListLock held; // in mid-play
-		const int before = position();
-		EXPECT_TRUE(wait_until([&] { return position() > before; }));
+		GSTplayControl(GST_PAUSE);
+		EXPECT_TRUE(out.waits_for("Pipeline state changed from PLAYING to PAUSED:\n"));
+		EXPECT_TRUE(wait_until([&] {
+			return count(out.text(), "Pipeline state changed from PAUSED to PLAYING:\n") == 2;
+		}));
+		expect_a_second_of_play();
 		StopGSTPlay();
 	}
 	EXPECT_TRUE(ends(3));

@@ -1,5 +1,6 @@
 #include <animation/animation.h>
 #include <animation/frame_object.h>
+#include <animation/pass.h>
 #include <base/lock.h>
 #include <base/report.h>
 
@@ -104,5 +105,18 @@ void GenAnimationFrame(unsigned int id, void *data)
 	default:
 		REPORT("ERROR: No such animation implemented\n");
 		break;
+	}
+}
+
+Pass pass_of(AnimationType type)
+{
+	switch (type) {
+	case ANI_BACKGROUND:
+		return Pass::kBackgrounds;
+	case ANI_VIDEO_GST:
+	case ANI_VIDEO_RAW:
+		return Pass::kVideos;
+	default:
+		return Pass::kImages;
 	}
 }

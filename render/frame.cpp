@@ -1,6 +1,7 @@
 #include <render/render.h>
 
 #include <animation/frame_object.h>
+#include <animation/pass.h>
 #include <animation/status.h>
 #include <base/lock.h>
 #include <render/capture.h>
@@ -10,14 +11,9 @@ volatile int64_t framecnt;
 namespace
 {
 
-bool is_video(const AnimationObj &obj)
+bool is_in(Pass pass, const AnimationObj &obj)
 {
-	return obj.animationtype == ANI_VIDEO_GST || obj.animationtype == ANI_VIDEO_RAW;
-}
-
-bool is_background(const AnimationObj &obj)
-{
-	return obj.animationtype == ANI_BACKGROUND;
+	return pass_of(obj.animationtype) == pass;
 }
 
 void clear()
@@ -29,7 +25,7 @@ void clear()
 bool list_has_only_videos()
 {
 	for (const AnimationObj *obj = animationItemHead; obj; obj = obj->next)
-		if (!is_video(*obj))
+		if (!is_in(Pass::kVideos, *obj))
 			return false;
 	return true;
 }
@@ -59,20 +55,20 @@ bool draw_list(struct window *window)
 		brepaint = true;
 	};
 	for (AnimationObj *obj = animationItemHead; obj; obj = obj->next) {
-		if (!is_background(*obj))
+		if (!is_in(Pass::kBackgrounds, *obj))
 			continue;
 		background_seen = true;
 		if (generate(*obj, window))
 			draw(*obj);
 	}
 	for (AnimationObj *obj = animationItemHead; obj; obj = obj->next) {
-		if (!is_background(*obj) && !is_video(*obj) && generate(*obj, window))
+		if (is_in(Pass::kImages, *obj) && generate(*obj, window))
 			draw(*obj);
 	}
 	if (background_seen)
 		return brepaint;
 	for (AnimationObj *obj = animationItemHead; obj; obj = obj->next) {
-		if (!is_video(*obj) || !generate(*obj, window))
+		if (!is_in(Pass::kVideos, *obj) || !generate(*obj, window))
 			continue;
 		if (bvideoonly) {
 			clear();

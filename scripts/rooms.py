@@ -16,7 +16,7 @@ OFFERED = {
     "base": ["heap.h", "lock.h", "report.h"],
     "maths": ["maths.h"],
     "protocol": ["xdg-shell-client-protocol.h", "xdg-shell-server-protocol.h"],
-    "animation": ["animation.h", "enum.h", "frame_object.h", "status.h"],
+    "animation": ["animation.h", "enum.h", "frame_object.h", "pass.h", "status.h"],
     "render": ["render.h", "platform.h"],
     "player": ["player.h"],
     "masks": [],

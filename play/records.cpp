@@ -3,6 +3,13 @@
 #include <algorithm>
 #include <type_traits>
 
+struct Para {
+	std::variant<Backgroud_animationpara, Flash_animationpara, FadeInOutLoop_animationpara,
+	    GraduallyDispLoop_animationpara, SeqLoop_animationpara, VideoGST_animationpara,
+	    VideoRAW_animationpara>
+	    record;
+};
+
 namespace
 {
 
@@ -47,10 +54,10 @@ T read_as(const Value &value)
 		return static_cast<T>(read_word(value, kWords<T>));
 }
 
-template <class Para, class T>
-T type_of(T Para::*);
-template <class Para, class T>
-Para owner_of(T Para::*);
+template <class Owner, class T>
+T type_of(T Owner::*);
+template <class Owner, class T>
+Owner owner_of(T Owner::*);
 
 /* All there is to say of a field follows from its member. */
 template <auto kMember>
@@ -62,7 +69,7 @@ constexpr Field field(std::string_view name, decltype(type_of(kMember)) initial 
 	    name,
 	    [](const Value &value) { return FieldValue(read_as<T>(value)); },
 	    [](Para &para, const FieldValue &value) {
-		    std::get<Owner>(para).*kMember = std::get<T>(value);
+		    std::get<Owner>(para.record).*kMember = std::get<T>(value);
 	    },
 	    initial,
 	};
@@ -121,22 +128,22 @@ constexpr Field kSequenceFields[] = {
 };
 
 template <class T>
-Para make()
+void begin(Para &para)
 {
-	return T();
+	para.record = T();
 }
 
 template <class T>
 constexpr RecordKind image(std::string_view name, AnimationType type, std::span<const Field> fields,
     Coordinates coordinates = Coordinates::none, std::size_t texture_limit = ANIMATION_MAX_TEXTURES)
 {
-	return {name, type, make<T>, coordinates, texture_limit, fields};
+	return {name, type, begin<T>, coordinates, texture_limit, fields};
 }
 
 template <class T>
 constexpr RecordKind video(std::string_view name, AnimationType type)
 {
-	return {name, type, make<T>, Coordinates::video, 0, {}};
+	return {name, type, begin<T>, Coordinates::video, 0, {}};
 }
 
 constexpr RecordKind kKinds[] = {
@@ -208,19 +215,21 @@ bool leaves_by_itself(const Description &description)
 	});
 }
 
-Record::Record(const RecordKind &record_kind) : kind(&record_kind), para(record_kind.make())
+Record::Record(const RecordKind &record_kind) : kind(&record_kind), para(std::make_unique<Para>())
 {
 	clear(*this);
 }
 
+Record::~Record() = default;
+
 void clear(Record &record)
 {
-	const auto *video = std::get_if<VideoGST_animationpara>(&record.para);
+	const auto *video = std::get_if<VideoGST_animationpara>(&record.para->record);
 	BufferInfoGST *const frame = video ? video->bufinfo : nullptr;
-	record.para = record.kind->make();
+	record.kind->begin(*record.para);
 	for (const Field &field : record.kind->fields)
-		field.store(record.para, field.initial);
-	if (auto *kept = std::get_if<VideoGST_animationpara>(&record.para))
+		field.store(*record.para, field.initial);
+	if (auto *kept = std::get_if<VideoGST_animationpara>(&record.para->record))
 		kept->bufinfo = frame;
 }
 
@@ -231,7 +240,7 @@ void fill(Record &record, const Description &description, std::span<const GLuint
 	if (description.coordinates)
 		record.coordinates = *description.coordinates;
 	for (const Setting &setting : description.settings)
-		setting.field->store(record.para, setting.value);
+		setting.field->store(*record.para, setting.value);
 	const auto fill_common = [&](auto &para) {
 		InPosition2D &strip = para.in_position2d;
 		strip.coordnum = static_cast<std::uint32_t>(record.positions.size() / 2);
@@ -246,15 +255,15 @@ void fill(Record &record, const Description &description, std::span<const GLuint
 				fill_textures(para.textures, *description.textures, handles);
 		}
 	};
-	std::visit(fill_common, record.para);
+	std::visit(fill_common, record.para->record);
 }
 
 void *address_of(Record &record)
 {
-	return std::visit([](auto &para) -> void * { return &para; }, record.para);
+	return std::visit([](auto &para) -> void * { return &para; }, record.para->record);
 }
 
 UpdateMode &update_of(Record &record)
 {
-	return std::visit([](auto &para) -> UpdateMode & { return para.update; }, record.para);
+	return std::visit([](auto &para) -> UpdateMode & { return para.update; }, record.para->record);
 }

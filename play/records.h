@@ -18,9 +18,7 @@
 #include <play/scene_file.h>
 
 /* What the library gets: the record of one of its types. */
-using Para = std::variant<Backgroud_animationpara, Flash_animationpara, FadeInOutLoop_animationpara,
-    GraduallyDispLoop_animationpara, SeqLoop_animationpara, VideoGST_animationpara,
-    VideoRAW_animationpara>;
+struct Para;
 
 /* What a field of a type's own can be. */
 using FieldValue = std::variant<std::uint32_t, float, bool, GraduallyDispMode, SEQUENCE_TYPE>;
@@ -43,7 +41,7 @@ enum class Coordinates {
 struct RecordKind {
 	std::string_view name;
 	AnimationType type;
-	Para (*make)(); /* all zero */
+	void (*begin)(Para &); /* a record of this kind, all zero */
 	Coordinates coordinates;
 	std::size_t texture_limit; /* 0: the record has no texture set */
 	std::span<const Field> fields;
@@ -93,10 +91,10 @@ struct Record {
 	Record(Record &&) = delete;
 	Record &operator=(const Record &) = delete;
 	Record &operator=(Record &&) = delete;
-	~Record() = default;
+	~Record();
 
 	const RecordKind *kind;
-	Para para;
+	std::unique_ptr<Para> para;
 	std::vector<float> positions;
 	std::vector<float> coordinates;
 };

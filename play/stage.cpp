@@ -67,7 +67,7 @@ void make_planes(BufferInfoRAW *frame)
 
 bool call(Stage &stage, const RawFrame &raw, std::string *)
 {
-	auto &para = std::get<VideoRAW_animationpara>(stage.records[raw.object].para);
+	auto &para = *static_cast<VideoRAW_animationpara *>(address_of(stage.records[raw.object]));
 	BufferInfoRAW frame = raw.frame;
 	if (raw.as_textures) {
 		make_planes(&frame);

@@ -304,7 +304,7 @@ typedef struct Backgroud_animationpara {
 /*
  * ANI_FLASH: a cycle of on_frame frames at on_alpha and off_frame frames at off_alpha.
  *
- * These rules hold for all five loop types: flash, texture cut, fade, gradual display, sequence.
+ * These rules hold for all loop types, which are those whose records have pre_frame.
  *
  * - Start delay: pre_frame frames pass before the first cycle. The object is invisible and its
  *   status is ST_PREPARE. An update does not restart the delay. It writes the frames that are left

@@ -64,18 +64,13 @@ void crop(RenderObj &renderobj, const VideoGST_animationpara &para)
 	}
 }
 
-void destroy_image(RenderObj &renderobj)
-{
-	if (renderobj.imagekhr)
-		f_eglDestroyImageKHR(eglGetCurrentDisplay(), renderobj.imagekhr);
-}
-
 void import_frame(RenderObj &renderobj, const VideoGST_animationpara &para)
 {
 	delete_textures(renderobj);
 	glActiveTexture(GL_TEXTURE0);
 	glGenTextures(1, renderobj.textures);
-	destroy_image(renderobj);
+	if (renderobj.imagekhr)
+		f_eglDestroyImageKHR(eglGetCurrentDisplay(), renderobj.imagekhr);
 	renderobj.imagekhr = import_image(*para.bufinfo);
 
 	glEnable(GL_TEXTURE_EXTERNAL_OES);
@@ -89,14 +84,11 @@ void import_frame(RenderObj &renderobj, const VideoGST_animationpara &para)
 	crop(renderobj, para);
 }
 
-/* Without a frame the object keeps nothing of the one before, not even the decoder's memory. */
+/* The image of the frame before goes with the next import, or with the object. */
 void show_nothing(RenderObj &renderobj)
 {
 	delete_textures(renderobj);
-	destroy_image(renderobj);
 	renderobj.textures[0] = 0;
-	renderobj.tex_num = 0;
-	renderobj.imagekhr = nullptr;
 }
 
 void take_picture(RenderObj &renderobj, const VideoGST_animationpara &para)

@@ -136,14 +136,16 @@ TEST_F(StreamedVideoTest, MapsTheCropEveryTimeAnew)
 		EXPECT_EQ(object(id).renderobj->texturecoord0[i], exact[i]) << i;
 }
 
-TEST_F(StreamedVideoTest, KeepsNothingWithoutAFrame)
+TEST_F(StreamedVideoTest, TakesTheFrameAway)
 {
 	update(UPD_ALL, &frame);
 	EXPECT_TRUE(turn());
 	update(UPD_ALL, nullptr);
 	EXPECT_TRUE(turn());
 	EXPECT_EQ(live_textures.size(), textures);
-	f_eglCreateImageKHR = nullptr; /* EGL without images */
+	EXPECT_EQ(object(id).renderobj->tex_num, 1U);
+	EXPECT_TRUE(destroyed.empty()); /* goes with the next import or the object */
+	f_eglCreateImageKHR = nullptr;  /* EGL without images */
 	update(UPD_ALL, &frame);
 	EXPECT_TRUE(turn());
 	RemoveAnimationObjReal(id);

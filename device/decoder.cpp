@@ -1,6 +1,6 @@
 /*
  * ducatih264decvpe: stands in for the unit's hardware decoder on a PC. A software decoder inside;
- * what comes out looks like the hardware's frames (host/padded_frames.h).
+ * what comes out looks like the hardware's frames (device/padded_frames.h).
  */
 #include <initializer_list>
 

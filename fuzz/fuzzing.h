@@ -1,6 +1,6 @@
 /*
  * What the fuzz targets share. Each target is a file of this folder with libFuzzer's entry point,
- * LLVMFuzzerTestOneInput, and a dictionary and a corpus of its name; fuzz/run runs them.
+ * LLVMFuzzerTestOneInput, and a dictionary and a corpus of its name; scripts/fuzz runs them.
  */
 #pragma once
 

@@ -28,6 +28,7 @@ struct StateChange {
 void *change_on_thread(void *arg)
 {
 	const std::unique_ptr<StateChange> change(static_cast<StateChange *>(arg));
+	outlive_resets();
 	const GstStateChangeReturn result =
 	    gst_element_set_state(change->pipeline.get(), change->state);
 	g_async_queue_push(change->done.get(), GINT_TO_POINTER(result + 1)); /* NULL is no answer */

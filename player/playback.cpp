@@ -150,7 +150,7 @@ StateChangeResult start_source(const Source &source, const char *uri)
 		return change_state_within(data.pipeline, source.first_state, kStartLimit);
 
 	const Connections before = open_connections();
-	count_buffers(data.pipeline, data.buffers);
+	prepare_source(data.pipeline, data.buffers);
 	const StateChangeResult change =
 	    change_state_within(data.pipeline, source.first_state, kStartLimit);
 	note_connection(find_connection(before, uri)); /* of a start that failed, too */

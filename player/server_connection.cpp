@@ -7,6 +7,7 @@
 #include <player/server_connection.h>
 
 #include <atomic>
+#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -108,9 +109,13 @@ bool has_running_source(GstElement *pipeline)
 	return running;
 }
 
-GstPadProbeReturn count_one(GstPad *, GstPadProbeInfo *, gpointer count)
+/* The start of the stream comes before the first reading, and again after each way down. */
+GstPadProbeReturn watch_source(GstPad *, GstPadProbeInfo *info, gpointer count)
 {
-	std::atomic_ref(*static_cast<unsigned *>(count)).fetch_add(1, std::memory_order_relaxed);
+	if (info->type & GST_PAD_PROBE_TYPE_BUFFER)
+		std::atomic_ref(*static_cast<unsigned *>(count)).fetch_add(1, std::memory_order_relaxed);
+	else if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_STREAM_START)
+		outlive_resets();
 	return GST_PAD_PROBE_OK;
 }
 
@@ -166,12 +171,22 @@ Connection find_connection(const Connections &before, const char *uri)
 	return fresh.count() > 1 ? Connection() : connection;
 }
 
-void count_buffers(GstElement *pipeline, unsigned &count)
+void outlive_resets()
+{
+	sigset_t signals;
+	sigemptyset(&signals);
+	sigaddset(&signals, SIGPIPE);
+	pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+void prepare_source(GstElement *pipeline, unsigned &count)
 {
 	GstPad *pad = pad_of_source(pipeline);
 	if (!pad)
 		return;
-	gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, count_one, &count, nullptr);
+	constexpr auto mask =
+	    GstPadProbeType(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM);
+	gst_pad_add_probe(pad, mask, watch_source, &count, nullptr);
 	gst_object_unref(pad);
 }
 

@@ -25,8 +25,12 @@ struct Connection {
  * its own. */
 Connection find_connection(const Connections &before, const char *uri);
 
-/* Counts the buffers that come out of the source, on its thread: an atomic word. */
-void count_buffers(GstElement *pipeline, unsigned &count);
+/* rtmpsrc takes leave of a server that may have reset the connection: SIGPIPE, which goes to the
+ * thread that writes, must not end the process. For the calling thread, from now on. */
+void outlive_resets();
+
+/* Does so on the thread of the source, and counts the buffers that come out: an atomic word. */
+void prepare_source(GstElement *pipeline, unsigned &count);
 
 /* How many bytes the source has read from it; 0 once it is closed. */
 uint64_t bytes_read(const Connection &connection);

@@ -182,6 +182,22 @@ TEST_F(RtmpPlayback, EndsWithItsServer)
 	EXPECT_FALSE(is_up());
 }
 
+TEST_F(RtmpPlayback, OutlivesAReset)
+{
+	ASSERT_EQ(StartGSTPlay(kUri), 0);
+	std::this_thread::sleep_for(std::chrono::seconds(1));
+	server->send(SIGSTOP);
+	for (int fd = 0; fd < 1024; ++fd) {
+		sockaddr_in peer = {};
+		socklen_t length = sizeof peer;
+		if (getpeername(fd, reinterpret_cast<sockaddr *>(&peer), &length) == 0 &&
+		    peer.sin_port == htons(1935))
+			send(fd, "", 1, 0); // what the server has not read makes its end a reset
+	}
+	server.reset();
+	EXPECT_TRUE(ends());
+}
+
 TEST_F(RtmpPlayback, StopsWhileTheServerIsSilent)
 {
 	publish();

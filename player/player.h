@@ -20,11 +20,12 @@
  * on that context shares the player's sources.
  *
  * RTMP. Ending an RTMP playback shuts down the read side of connections to its server that were
- * opened during start or stop. Open none of your own then. The player finds these connections by
- * the server's address and port. If the URI gives a host name, it finds them by the port alone. A
- * server that has sent 8 MB and nothing that belongs to a stream is hung up on, and an error ends
- * the playback. The probe, this shutdown and that limit do not work with descriptors of 1024 and
- * above: keep fewer files open.
+ * opened during start or stop. Open none of your own then. If the server has hung up and the source
+ * has connected again, this goes for all that were opened since the start. The player finds these
+ * connections by the server's address and port. If the URI gives a host name, it finds them by the
+ * port alone. A server that has sent 8 MB and nothing that belongs to a stream is hung up on, and
+ * an error ends the playback, unless the source has connected again. The probe, this shutdown and
+ * that limit do not work with descriptors of 1024 and above: keep fewer files open.
  */
 #ifndef ANIMATION_PLAYER_H
 #define ANIMATION_PLAYER_H

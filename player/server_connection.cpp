@@ -163,7 +163,7 @@ Connection find_connection(const Connections &before, const char *uri)
 		if (!fresh[fd])
 			continue;
 		if (is_connected(fd, peer) && is_at(server, peer))
-			connection = {fd, inode_of(fd), peer};
+			connection = {fd, inode_of(fd), peer, before};
 		else
 			fresh.reset(fd);
 	}
@@ -212,8 +212,10 @@ void end_reading(const Connection &connection, GstElement *pipeline)
 {
 	if (connection.fd == -1)
 		return;
-	Connections others = open_connections();
-	if (is_open(connection))
+	/* A source that has lost its connection may have made a new one, which could be any. */
+	const bool is_same = is_open(connection);
+	Connections others = is_same ? open_connections() : connection.before;
+	if (is_same)
 		others.reset(connection.fd);
 	guint64 waited = 0;
 	do { /* at least once: a source that still connects has no task yet, but reads */

@@ -19,6 +19,7 @@ struct Connection {
 	int fd = -1;     /* -1: none */
 	ino_t inode = 0; /* tells a descriptor from one of the same number after it */
 	sockaddr_storage peer = {};
+	Connections before; /* what was open before it: not the source's */
 };
 
 /* The one to the server of the URI that has come since, to be called right after rtmpsrc has opened

@@ -96,8 +96,11 @@ TEST_F(BackgroundTest, TakesAnUpdateBeforeItsFirstFrame)
 	EXPECT_EQ(drawn.coordnum, 4U);
 	EXPECT_EQ(drawn.tex_num, 0U);
 
-	object(id).curframeno = 65535; /* as after 22 minutes: everything is set up anew */
-	update(id, UPD_COORDS, -1);
+	object(id).curframeno = 65535; /* as after 22 minutes */
+	expect_frame(id, -1);
+	EXPECT_EQ(object(id).curframeno, 65536U);
+	object(id).curframeno = 65535;
+	update(id, UPD_COORDS, -1); /* sets everything up anew */
 	EXPECT_EQ(object(id).curframeno, 1U);
 	EXPECT_EQ(drawn.tex_num, 1U);
 }

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <table.h>
+
 namespace
 {
 
@@ -63,25 +65,11 @@ TEST(Coordinates, StayFiniteOnShortStrips)
  * quad is rebuilt upright from its first row's x and both rows' y. */
 TEST(Coordinates, MoveAQuad)
 {
-	struct Case {
-		Floats quad;
-		float angle, hshift, vshift, scale;
-		Floats expected;
-	};
-	const Floats skewed = {100, 200, 300, 190, 7, 100, 8, 9};
-	const Floats uneven = {1131.7f, 269.2f, 493.4f, 649.1f, 368.1f, 860.2f, 445.8f, 451.3f};
-	for (const Case &c :
-	    {Case{skewed, 90, 0.5f, -1, 2, converted({400, 450, 400, 50, 200, 450, 200, 50})},
-	        {skewed, 30, 0, 0, 0, converted({200, 150, 200, 150, 200, 150, 200, 150})},
-	        {uneven, 0, 1.09f, 0.81f, 1,
-	            {-0x1.f1f1e4p-2f, -0x1.98cf16p+0f, -1, -0x1.59ee96p+1f, -0x1.98cf16p+0f, -1,
-	                -0x1.f1f1e4p-2f, -0x1.d31236p+1f, -1, -0x1.59ee96p+1f, -0x1.d31236p+1f, -1}},
-	        {uneven, -359962.5f, 1.09f, 0.81f, 0.7f,
-	            {-0x1.6a8f58p+0f, -0x1.94b718p+0f, -1, -0x1.52d37p+1f, -0x1.433f26p+1f, -1,
-	                -0x1.15658ap-1f, -0x1.5c3a98p+1f, -1, -0x1.c5ca4cp+0f, -0x1.d51e32p+1f, -1}}}) {
+	for (const auto &row : read_table("quads.txt")) {
+		const Floats quad = numbers(row[0]), to = numbers(row[1]), expected = numbers(row[2]);
 		Floats position(12);
-		Gen3DPosition(c.quad.data(), position.data(), 4, c.angle, c.hshift, c.vshift, c.scale);
-		EXPECT_EQ(position, c.expected) << c.angle;
+		Gen3DPosition(quad.data(), position.data(), 4, to[0], to[1], to[2], to[3]);
+		EXPECT_EQ(position, expected.size() == 8 ? converted(expected) : expected) << row[1];
 	}
 }
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include <offscreen_test.h>
+#include <table.h>
 
 /* The gradual display's masks as their textures hold them. */
 
@@ -59,65 +60,41 @@ struct MasksTest : OffscreenTest {
 	}
 };
 
-/* Sums of all covers of the quarter below 50, 50, from step n of N of an entry on. */
-struct Sums {
-	uint32_t N, n;
-	std::vector<int> sums;
-};
-
-/* With half a line beside the centre at step 35 of 70, where the cover changes. */
-struct Shape {
-	GraduallyDispMode mode;
-	std::vector<Sums> steps; /* those of 27 are where single precision decides */
-	int from;
-	std::vector<int> profile;
-};
-
-const Shape kShapes[] = {
-    {GRAD_CENTER2EDGE, {{7, 1, {81424, 178856, 316359, 474816, 589310, 630796, 637488}}}, 0,
-        {63, 76, 89, 101, 114, 127, 140, 152, 165, 178, 191, 203, 216, 229, 242, 254, 255}},
-    {GRAD_EDGE2CENTER, {{7, 1, {6704, 48190, 162684, 321141, 458644, 556076, 613444}}}, 0,
-        {192, 179, 166, 154, 141, 128, 115, 103, 90, 77, 64, 52, 39, 26, 13, 1, 0}},
-    {GRAD_2SIDES2MIDDLE,
-        {{7, 1, {29950, 127050, 254550, 382050, 509550, 607100, 637500}}, {30, 27, {618550}}}, 15,
-        {255, 241, 228, 214, 201, 187, 174, 161, 147, 134, 120, 107, 93, 80, 67, 53, 40, 26, 13,
-            0}},
-    {GRAD_MIDDLE22SIDES, {{7, 1, {0, 0, 30400, 127950, 255450, 382950, 510450}}, {63, 27, {37150}}},
-        35, {0, 14, 27, 41, 54, 68, 81, 94, 108, 121, 135, 148, 162, 175, 188}},
-    {GRAD_CENTER2SURROUND, {{7, 1, {0, 0, 3864, 33327, 110007, 237687, 416367}}}, 35,
-        {0, 14, 27, 41, 54, 68, 81, 94, 108, 121, 135, 148, 162, 175, 188}},
-    {GRAD_SURROUND2CENTER, {{7, 1, {56117, 221133, 399813, 527493, 604173, 633636, 637500}}}, 15,
-        {255, 241, 228, 214, 201, 187, 174, 161, 147, 134, 120, 107, 93, 80, 67, 53, 40, 26, 13,
-            0}},
-};
+GraduallyDispMode mode_of(const std::vector<std::string> &shape)
+{
+	return static_cast<GraduallyDispMode>(std::stoi(shape[0]));
+}
 
 TEST_F(MasksTest, CoverAsFarAsTheirStep)
 {
-	for (const Shape &shape : kShapes)
-		for (const auto &[N, n, sums] : shape.steps) {
-			const unsigned int id = create(shape.mode, N);
+	for (const auto &shape : read_table("shapes.txt"))
+		for (std::size_t field = 2; field < shape.size(); field++) {
+			const auto sums = numbers(shape[field]);
+			const auto N = static_cast<uint32_t>(sums[0]), n = static_cast<uint32_t>(sums[1]);
+			const unsigned int id = create(mode_of(shape), N);
 			for (const bool exit : {false, true})
-				for (uint32_t i = 0; i < sums.size(); i++) {
-					const auto covers = mask(id, n - 1 + i + exit * N);
+				for (uint32_t i = 2; i < sums.size(); i++) {
+					const auto covers = mask(id, n - 3 + i + exit * N);
 					int sum = 0;
 					for (int pixel = 0; pixel < kHalf * kHalf; pixel++)
 						sum += covers[pixel / kHalf * kSize + pixel % kHalf];
 					EXPECT_EQ(sum, exit ? 255 * kHalf * kHalf - sums[i] : sums[i])
-					    << "mode " << shape.mode << ", step " << n + i << " of " << N;
+					    << "mode " << shape[0] << ", step " << n - 2 + i << " of " << N;
 				}
 		}
 }
 
 TEST_F(MasksTest, HaveTheirShapes)
 {
-	for (const Shape &shape : kShapes) {
-		SCOPED_TRACE(shape.mode);
-		const auto covers = mask(create(shape.mode, 70), 34);
-		const bool bars = shape.mode == GRAD_2SIDES2MIDDLE || shape.mode == GRAD_MIDDLE22SIDES;
-		const int last = static_cast<int>(shape.profile.size()) - 1;
+	for (const auto &shape : read_table("shapes.txt")) {
+		SCOPED_TRACE(shape[0]);
+		const GraduallyDispMode mode = mode_of(shape);
+		const auto covers = mask(create(mode, 70), 34);
+		const bool bars = mode == GRAD_2SIDES2MIDDLE || mode == GRAD_MIDDLE22SIDES;
+		const auto profile = numbers(shape[1]); /* behind where it begins */
+		const int from = static_cast<int>(profile[0]) - 1, last = std::ssize(profile) - 1;
 		for (int i = 0; i < kHalf; i++)
-			EXPECT_EQ(
-			    covers[(kHalf - 1) * kSize + i], shape.profile[std::clamp(i - shape.from, 0, last)])
+			EXPECT_EQ(covers[(kHalf - 1) * kSize + i], profile[std::clamp(i - from, 1, last)])
 			    << "column " << i;
 		for (int i = 0; i < kSize * kSize && !HasFailure(); i++) {
 			const int line = i / kSize, column = i % kSize;

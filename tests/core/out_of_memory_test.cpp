@@ -57,36 +57,19 @@ struct OutOfMemoryTest : OffscreenTest {
 		EXPECT_FALSE(step(id));
 		return drew;
 	}
-
-	template <class Para>
-	void fail_in_life(AnimationType type)
-	{
-		SCOPED_TRACE(type);
-		fail_in_turn([&] {
-			auto para = whole_viewport<Para>();
-			para.in_position2d.texPosition2d = viewport_strip;
-			if constexpr (requires { para.texcoord; })
-				para.texcoord = viewport_strip;
-			if constexpr (requires { para.textures; }) {
-				para.textures.mode = TEX_PNG;
-				para.textures.tex_num = 1;
-				strcpy(para.textures.textures_name[0], picture.c_str());
-			}
-			return live(type, para);
-		});
-	}
 };
 
 TEST_F(OutOfMemoryTest, ObjectsLeaveNothing)
 {
-	fail_in_life<Backgroud_animationpara>(ANI_BACKGROUND);
-	fail_in_life<Flash_animationpara>(ANI_FLASH);
-	fail_in_life<FadeInOutLoop_animationpara>(ANI_FADEINOUT);
-	fail_in_life<GraduallyDispLoop_animationpara>(ANI_GRADUALLYDISP);
-	fail_in_life<TexCut_animationpara>(ANI_TEX_CUT);
-	fail_in_life<SeqLoop_animationpara>(ANI_SEQUENCE);
-	fail_in_life<VideoGST_animationpara>(ANI_VIDEO_GST);
-	fail_in_life<VideoRAW_animationpara>(ANI_VIDEO_RAW);
+	for_each_type([this](AnimationType type, auto para) {
+		SCOPED_TRACE(type);
+		if constexpr (requires { para.textures; }) {
+			para.textures.mode = TEX_PNG;
+			para.textures.tex_num = 1;
+			strcpy(para.textures.textures_name[0], picture.c_str());
+		}
+		fail_in_turn([&] { return live(type, para); });
+	});
 }
 
 TEST_F(OutOfMemoryTest, HandlesLeaveNothing)

@@ -39,7 +39,6 @@ struct RedrawTest : OffscreenTest {
 
 	unsigned int create_video()
 	{
-		video_para.texcoord = viewport_strip;
 		return CreateAnimationObj(ANI_VIDEO_RAW, &video_para);
 	}
 
@@ -144,7 +143,10 @@ TEST_F(RedrawTest, CapturesIntoWholeRegularFiles)
 	std::ofstream(capture).put('x');
 	fs::resize_file(capture, 6000000); /* of an earlier run */
 	EXPECT_TRUE(turn());
-	EXPECT_EQ(fs::file_size(capture), 5308416U);
+	const std::string pixels = read_file(capture);
+	ASSERT_EQ(pixels.size(), 5308416U);
+	EXPECT_EQ(pixels.substr(pixels.size() - 9216, 3), std::string("\xff\0\0", 3)); /* red */
+	EXPECT_EQ(pixels.substr(pixels.size() - 4, 3), std::string(3, '\0'));
 	fs::remove(CAPTURE_MARKER);
 	fs::remove_all(CAPTURE_DIR);
 }

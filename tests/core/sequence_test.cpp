@@ -1,57 +1,10 @@
 #include <offscreen_test.h>
+#include <table.h>
 
 /* Where the motions put the quad; the alpha's course is the loop families' common one. */
 
 namespace
 {
-
-struct Step {
-	float alpha;
-	float angle = 0;
-	float hshift = 0;
-	float vshift = 0;
-	float scale = 1;
-};
-
-struct Case {
-	const char *name;
-	bool entry;
-	SEQUENCE_TYPE motion;
-	std::vector<Step> steps;
-};
-
-const Case kCases[] = {
-    {"wave in", true, SEQ_WAVE,
-        {{1, 5.625f, 0, 0.0625f}, {1, 11.25f, 0, 0.125f}, {1, 5.625f, 0, 0.1875f}, {1, 0, 0, 0.25f},
-            {1, -5.625f, 0, 0.1875f}, {1, -11.25f, 0, 0.125f}, {1, -5.625f, 0, 0.0625f}, {1}}},
-    {"wave in, odd length", true, SEQ_WAVE,
-        {{1, 9, 0, 0.1f}, {1, 18, 0, 0.2f}, {1, -4.5f, 0, 0.3f}, {1, -13.5f, 0, 0.1f}, {1}}},
-    {"wave in at once", true, SEQ_WAVE, {{1, 45, 0, 0.5f}}},
-    {"float in", true, SEQ_FLOATINOUT,
-        {{0.25f, 0, 0, -0.375f}, {0.5f, 0, 0, -0.25f}, {0.75f, 0, 0, -0.125f}, {1}}},
-    {"whip in", true, SEQ_WHIP,
-        {{0.5f, 0, 0x1.f33332p-3f, 0, 0.65f}, {1, 0, 0.75f}, {1, 0, 0.375f}, {1}}},
-    {"whip in at once", true, SEQ_WHIP, {{2, 0, 0x1.466668p+1f, 0, 1.7f}}},
-    {"turn in", true, SEQ_SCALEROTATE,
-        {{0.25f, -67.5f, 0, 0, 0.25f}, {0.5f, -45, 0, 0, 0.5f}, {0.75f, -22.5f, 0, 0, 0.75f}, {1}}},
-    {"turn in, in thirds", true, SEQ_SCALEROTATE,
-        {{0x1.555556p-2f, -60, 0, 0, 0x1.555556p-2f},
-            {0x1.555556p-1f, -0x1.dffffep+4f, 0, 0, 0x1.555556p-1f}, {1}}},
-    {"unknown in", true, static_cast<SEQUENCE_TYPE>(9), {{1}, {1}}},
-    {"wave out", false, SEQ_WAVE, {{0}, {0}, {0}}},
-    {"float out", false, SEQ_FLOATINOUT,
-        {{0.75f, 0, 0, -0.125f}, {0.5f, 0, 0, -0.25f}, {0.25f, 0, 0, -0.375f}, {0, 0, 0, -0.5f}}},
-    {"float out, in thirds", false, SEQ_FLOATINOUT,
-        {{0x1.555554p-1f, 0, 0, -0x1.555556p-3f}, {0x1.555554p-2f, 0, 0, -0x1.555556p-2f},
-            {0, 0, 0, -0.5f}}},
-    {"whip out", false, SEQ_WHIP,
-        {{1, 0, 0.375f}, {1, 0, 0.75f}, {0.5f, 0, 0x1.f33332p-3f, 0, 0.65f}, {0, 0, 0, 0, 0.3f}}},
-    {"whip out, odd length", false, SEQ_WHIP, {{1, 0, 0.5f}, {1, 0, 1}, {0, 0, 0, 0, 0.3f}}},
-    {"turn out", false, SEQ_SCALEROTATE,
-        {{0.75f, -22.5f, 0, 0, 0.75f}, {0.5f, -45, 0, 0, 0.5f}, {0.25f, -67.5f, 0, 0, 0.25f},
-            {0, -90, 0, 0, 0}}},
-    {"stand out", false, SEQ_NONE, {{1}, {1}}},
-};
 
 struct SequenceTest : OffscreenTest {
 	/* So large, and around 0, that the last bit of a factor moves it. */
@@ -65,12 +18,15 @@ struct SequenceTest : OffscreenTest {
 		para.sin_frame = para.sout_frame = 1;
 	}
 
-	void expect_at(unsigned int id, const Step &to)
+	/* Alpha, angle, shifts and scale; missing ones are those of a still picture. */
+	void expect_at(unsigned int id, std::vector<float> to)
 	{
 		float position[12];
-		Gen3DPosition(strip, position, 4, to.angle, to.hshift, to.vshift, to.scale);
+		for (std::size_t i = to.size(); i < 5; i++)
+			to.push_back(i == 4);
+		Gen3DPosition(strip, position, 4, to[1], to[2], to[3], to[4]);
 		const RenderObj &drawn = *object(id).renderobj;
-		EXPECT_EQ(drawn.prealpha0, to.alpha);
+		EXPECT_EQ(drawn.prealpha0, to[0]);
 		for (int i = 0; i < 12; i++)
 			EXPECT_EQ(drawn.position3d[i], position[i]) << "value " << i;
 	}
@@ -78,19 +34,19 @@ struct SequenceTest : OffscreenTest {
 
 TEST_F(SequenceTest, MovesAsTold)
 {
-	for (const Case &c : kCases) {
-		const auto length = static_cast<uint32_t>(c.steps.size());
-		para.in_frame = c.entry ? length : 0;
-		para.out_frame = c.entry ? 0 : length;
-		(c.entry ? para.seq_show : para.seq_hide) = c.motion;
-		std::vector<Step> steps = c.steps;
-		steps.insert(c.entry ? steps.end() : steps.begin(), Step{1}); /* the hold */
-		steps.push_back({0});                                         /* hidden */
+	for (auto row : read_table("motions.txt")) {
+		const bool entry = row[1] == "in";
+		const auto length = static_cast<uint32_t>(row.size() - 3);
+		para.in_frame = entry ? length : 0;
+		para.out_frame = entry ? 0 : length;
+		(entry ? para.seq_show : para.seq_hide) = static_cast<SEQUENCE_TYPE>(std::stoi(row[2]));
+		row.insert(entry ? row.end() : row.begin() + 3, "1"); /* the hold */
+		row.push_back("0");                                   /* hidden */
 		const unsigned int id = CreateAnimationObj(ANI_SEQUENCE, &para);
-		for (const Step &expected : steps) {
-			SCOPED_TRACE(testing::Message() << c.name << ": " << object(id).curframeno);
+		for (std::size_t i = 3; i < row.size(); i++) {
+			SCOPED_TRACE(row[0] + ": " + row[i]);
 			ASSERT_TRUE(step(id));
-			expect_at(id, expected);
+			expect_at(id, numbers(row[i]));
 		}
 	}
 }

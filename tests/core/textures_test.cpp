@@ -27,9 +27,9 @@ struct TexturesTest : OffscreenTest {
 
 	/* An object whose updates change where its textures come from, and how many there are. */
 	template <class Para>
-	void change_modes(AnimationType type, std::size_t masks)
+	void change_modes(AnimationType type, Para para)
 	{
-		auto para = whole_viewport<Para>();
+		const std::size_t masks = type == ANI_GRADUALLYDISP ? 11 : 0;
 		std::copy_n(handles, 2, para.textures.texids);
 		add_picture(para.textures, kBlue);
 		const unsigned int id = CreateAnimationObj(type, &para);
@@ -117,13 +117,11 @@ TEST_F(TexturesTest, ChangesOwnersWithTheMode)
 {
 	for (GLuint &handle : handles)
 		handle = solid_texture(kRed);
-	for (int round = 0; round < 200; round++) { /* a thousand objects */
-		change_modes<Backgroud_animationpara>(ANI_BACKGROUND, 0);
-		change_modes<Flash_animationpara>(ANI_FLASH, 0);
-		change_modes<FadeInOutLoop_animationpara>(ANI_FADEINOUT, 0);
-		change_modes<GraduallyDispLoop_animationpara>(ANI_GRADUALLYDISP, 11);
-		change_modes<SeqLoop_animationpara>(ANI_SEQUENCE, 0);
-	}
+	for (int round = 0; round < 200; round++) /* a thousand objects */
+		for_each_type([this](AnimationType type, auto para) {
+			if constexpr (requires { para.textures; })
+				change_modes(type, para);
+		});
 	for (const GLuint handle : handles) {
 		EXPECT_TRUE(glIsTexture(handle));
 		DeleteTexture(handle);
@@ -131,19 +129,14 @@ TEST_F(TexturesTest, ChangesOwnersWithTheMode)
 	EXPECT_EQ(live_textures, before);
 }
 
-/* As plain zeroed blocks, with names that no frame has built. */
+/* With names that no frame has built. */
 TEST_F(TexturesTest, LeavesAHandMadeObjectToItsRecord)
 {
 	for (const TextureDataMode mode : {TEX_IDS, TEX_DATA}) {
-		auto *obj = static_cast<AnimationObj *>(calloc(1, sizeof(AnimationObj)));
-		auto *para = static_cast<Flash_animationpara *>(calloc(1, sizeof(Flash_animationpara)));
-		obj->animationtype = ANI_FLASH;
-		obj->animationpara = para;
-		obj->renderobj = static_cast<RenderObj *>(calloc(1, sizeof(RenderObj)));
+		AnimationObj *obj = make_by_hand(0);
 		const GLuint texture = obj->renderobj->textures[0] = solid_texture(kRed);
 		obj->renderobj->tex_num = 1;
-		para->textures.mode = mode;
-		para->textures.alpha_index = ANIMATION_NO_TEXTURE;
+		static_cast<Backgroud_animationpara *>(obj->animationpara)->textures.mode = mode;
 		InsertAnimationObj(0, obj);
 		EXPECT_TRUE(step(0));
 		RemoveAnimationObj(0, DEL_IMMEDIATELY);

@@ -3,15 +3,17 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <utility>
 
 #include <gtest/gtest.h>
 #include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <picture_files.h>
+#include <program.h>
+#include <wait.h>
 
+using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
 namespace
@@ -21,12 +23,6 @@ namespace
  * the painter's driver into a deadlock; and a layer is preloaded. */
 const std::string kPainter =
     "-- env ASAN_OPTIONS=detect_leaks=0:verify_asan_link_order=0 " PAINTER " ";
-
-/* As a shell tells it. */
-int exit_status(int status)
-{
-	return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
 
 bool is_running(pid_t process)
 {
@@ -38,39 +34,31 @@ struct HostTest : testing::Test {
 	Folder temp;
 	const std::string folder = temp.path;
 	std::string command = HOST_PROGRAM; /* after what it is to find in the environment */
-	FILE *output = nullptr;
-	pid_t host = -1;    /* known once it was started */
-	pid_t program = -1; /* known once it has painted */
+	Program host = {-1, nullptr};
+	pid_t painter = -1; /* known once it has painted */
 
 	void start(const std::string &arguments)
 	{
-		/* The folder takes what a killed host leaves behind; the others stay out. */
-		const std::string line =
-		    "echo $$; exec env WAYLAND_SOCKET=77 GALLIUM_DRIVER=softpipe TMPDIR=" + folder + " " +
-		    command + " " + arguments + " 2>" + folder + "/errors";
-		output = popen(line.c_str(), "re");
-		ASSERT_TRUE(output);
-		ASSERT_EQ(fscanf(output, "%d ", &host), 1);
+		/* Leaks are looked for. The folder takes what a killed host leaves behind; the others stay
+		 * out. */
+		const char *asan = getenv("ASAN_OPTIONS");
+		host = start_program("env 'ASAN_OPTIONS=" + std::string(asan ? asan : "") +
+		                     "' WAYLAND_SOCKET=77 GALLIUM_DRIVER=softpipe TMPDIR=" + folder + " " +
+		                     command + " " + arguments + " 2>" + folder + "/errors");
 	}
-	/* A signal to host or program is sent only after this: to process -1 it would end them all. */
+	/* A signal to the painter is sent only after this: to process -1 it would end them all. */
 	bool has_painted()
 	{
 		char line[100];
-		while (fgets(line, sizeof line, output))
-			if (sscanf(line, "painted, process %d", &program) == 1)
-				return program > 1;
+		while (fgets(line, sizeof line, host.output))
+			if (sscanf(line, "painted, process %d", &painter) == 1)
+				return painter > 1;
 		return false;
-	}
-	int await_end()
-	{
-		while (getc(output) != EOF)
-			;
-		return exit_status(pclose(output));
 	}
 	int run(const std::string &arguments)
 	{
 		start(arguments);
-		return await_end();
+		return end_of(host).status;
 	}
 	std::string errors() const
 	{
@@ -109,8 +97,8 @@ TEST_F(HostTest, LeadsTheProgramToItsPrivateFolder)
 	start("-- sh -c 'test -S $XDG_RUNTIME_DIR/$WAYLAND_DISPLAY && test -z \"$WAYLAND_SOCKET\" && "
 	      "echo $LIBGL_ALWAYS_SOFTWARE $GALLIUM_DRIVER $XDG_RUNTIME_DIR'");
 	char runtime[256] = "";
-	EXPECT_EQ(fscanf(output, "1 llvmpipe %255s", runtime), 1);
-	EXPECT_EQ(await_end(), 0);
+	EXPECT_EQ(fscanf(host.output, "1 llvmpipe %255s", runtime), 1);
+	EXPECT_EQ(end_of(host).status, 0);
 	EXPECT_FALSE(fs::exists(runtime)) << runtime;
 }
 
@@ -160,28 +148,28 @@ TEST_F(HostTest, EndsAfterTheFramesAsked)
 	EXPECT_EQ(errors(), "animation-host: no frame 9 came for " + last + "\n");
 }
 
-TEST_F(HostTest, KillsAProgramThatStays)
+TEST_F(HostTest, LeavesNoProgramBehind)
 {
-	const auto begin = std::chrono::steady_clock::now();
-	start("--frames 3 " + kPainter + "2 stubborn");
-	ASSERT_TRUE(has_painted());
-	EXPECT_EQ(await_end(), 0);
-	EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(3));
-	EXPECT_FALSE(is_running(program));
-}
-
-TEST_F(HostTest, HandsSignalsOn)
-{
-	const std::pair<int, int> cases[] = {
-	    {SIGINT, 1 /* time */}, {SIGTERM, 128 + SIGTERM}, {SIGKILL, 128 + SIGKILL}};
-	for (const auto &[sent, status] : cases) {
-		start(kPainter + "1 interrupt");
+	struct Case {
+		std::string arguments;
+		int sent, status;
+		std::chrono::seconds at_least;
+	};
+	const Case cases[] = {
+	    {"--frames 3 " + kPainter + "2 stubborn", 0, 0, 3s},
+	    {kPainter + "1 interrupt", SIGINT, 1 /* time */, 0s},
+	    {kPainter + "1 interrupt", SIGTERM, 128 + SIGTERM, 0s},
+	    {kPainter + "1 interrupt", SIGKILL, 128 + SIGKILL, 0s},
+	};
+	for (const auto &[arguments, sent, status, at_least] : cases) {
+		const auto begin = std::chrono::steady_clock::now();
+		start(arguments);
 		ASSERT_TRUE(has_painted());
-		kill(host, sent);
-		EXPECT_EQ(await_end(), status);
-		for (int tries = 0; tries < 1000 && is_running(program); tries++)
-			usleep(10000);
-		EXPECT_FALSE(is_running(program)) << "left behind by signal " << sent;
+		if (sent)
+			kill(host.pid, sent);
+		EXPECT_EQ(end_of(host).status, status);
+		EXPECT_GE(std::chrono::steady_clock::now() - begin, at_least);
+		EXPECT_TRUE(wait_until([&] { return !is_running(painter); })) << "signal " << sent;
 	}
 }
 
@@ -197,15 +185,12 @@ TEST_F(HostTest, TakesWhatTheProgramStartedWithIt)
 	for (const auto &[sent, status] : cases) {
 		start("-- sh " + script + (sent ? "" : " end"));
 		pid_t started[2] = {-1, -1};
-		ASSERT_EQ(fscanf(output, "%d %d", &started[0], &started[1]), 2);
+		ASSERT_EQ(fscanf(host.output, "%d %d", &started[0], &started[1]), 2);
 		if (sent)
-			kill(host, sent);
-		EXPECT_EQ(await_end(), status);
-		for (int tries = 0; tries < 500 && (is_running(started[0]) || is_running(started[1]));
-		     tries++)
-			usleep(10000);
+			kill(host.pid, sent);
+		EXPECT_EQ(end_of(host).status, status);
 		for (const pid_t process : started)
-			EXPECT_FALSE(is_running(process)) << "left behind by signal " << sent;
+			EXPECT_TRUE(wait_until([&] { return !is_running(process); })) << "signal " << sent;
 	}
 }
 
@@ -213,32 +198,28 @@ TEST_F(HostTest, SweepsTheFolderOfADeadHostAlone)
 {
 	start("-- sh -c 'echo $XDG_RUNTIME_DIR; exec sleep 100'");
 	char dead[256] = "";
-	ASSERT_EQ(fscanf(output, "%255s", dead), 1);
-	const pid_t owner = host;
-	FILE *killed = output;
+	ASSERT_EQ(fscanf(host.output, "%255s", dead), 1);
+	const Program owner = host;
 	const auto sees_folder = [&] { return run("-- test -S " + std::string(dead) + "/wayland-0"); };
 	EXPECT_EQ(sees_folder(), 0) << "of a host that lives";
-	kill(owner, SIGKILL);
-	pclose(killed);
+	kill(owner.pid, SIGKILL);
+	end_of(owner);
 	EXPECT_EQ(sees_folder(), 1);
 }
 
 TEST_F(HostTest, KeepsItsDescriptorsFromTheProgram)
 {
 	const std::string script = "sh " + temp.file("program", std::string("echo /proc/$$/fd/*"));
-	const auto last_numbers = [](FILE *stream) {
+	const auto last_numbers = [](const Program &program) {
+		std::istringstream paths(end_of(program).output);
 		std::string numbers;
-		char path[100];
-		while (fscanf(stream, "%99s", path) == 1)
-			numbers += strrchr(path, '/');
+		for (std::string path; paths >> path;)
+			numbers += path.substr(path.rfind('/'));
 		return numbers;
 	};
 	start("--record " + folder + "/a.mp4 -- " + script);
-	const std::string under_host = last_numbers(output);
-	await_end();
-	output = popen(("exec " + script).c_str(), "re");
-	EXPECT_EQ(under_host, last_numbers(output));
-	await_end();
+	const std::string under_host = last_numbers(host);
+	EXPECT_EQ(under_host, last_numbers(start_program(script)));
 }
 
 TEST_F(HostTest, EndsTheProgramWhenTheDiskIsFull)
@@ -259,13 +240,10 @@ TEST_F(HostTest, LetsATerminalInterruptTheProgramOnce)
 		    nullptr);
 		_exit(99);
 	}
-	output = fdopen(terminal, "r");
+	host = {child, fdopen(terminal, "r")};
 	ASSERT_TRUE(has_painted());
 	ASSERT_EQ(write(terminal, "\x03", 1), 1);
-	int status = 0;
-	waitpid(child, &status, 0);
-	EXPECT_EQ(exit_status(status), 1) << "one SIGINT reaches the program";
-	fclose(output);
+	EXPECT_EQ(end_of(host).status, 1) << "one SIGINT reaches the program";
 }
 
 TEST_F(HostTest, OpensItsSinksBeforeTheProgramStarts)

@@ -1,101 +1,99 @@
-/* A live scene on a compositor that goes away, or stands still. */
-#include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <csignal>
+/* Programs whose compositor says nothing, goes away or stands still. */
+#include <ctime>
 #include <thread>
 
-#include <gtest/gtest.h>
-
-#include <host/compositor.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include <files.h>
-#include <wait.h>
+#include <program.h>
 
-#include "program.h"
+#include "../system/system_test.h"
+
+using namespace std::chrono_literals;
 
 namespace
 {
 
-constexpr char kScene[] = R"({
-	"title": "Endless",
-	"frames": 100000,
-	"objects": [ { "name": "box", "type": "ANI_FLASH", "rectangle": [0, 0, 9, 9],
-		"textures": { "constant_color": [1, 0, 0, 1] }, "on_frame": 1 } ],
-	"timeline": [ { "frame": 0, "create": "box" } ]
-})";
-
-enum Fault {
-	kGone,    /* hangs up */
-	kSilent,  /* takes requests, sends no frame callback */
-	kStopped, /* does nothing from the first picture on */
-	kAbsent,  /* never does anything: Init waits */
-};
-
-struct Case {
-	const char *name;
-	Fault fault;
-	int signal; /* sent to the player then; 0: none */
-	double seconds;
-};
-
-constexpr Case kCases[] = {
-    {"gone", kGone, 0, 5},
-    {"silent", kSilent, 0, 5},
-    {"silent, SIGINT", kSilent, SIGINT, 3},
-    {"stopped, SIGTERM", kStopped, SIGTERM, 3},
-    {"absent, SIGTERM", kAbsent, SIGTERM, 3},
-};
-
-TEST(LostCompositor, EndsTheProgram)
-{
+struct LostCompositor : SystemTest {
 	const Folder folder;
-	const std::string scene = folder.file("scene.json", std::string(kScene));
-	for (const Case &tried : kCases) {
-		SCOPED_TRACE(tried.name);
-		std::atomic<int> pictures = 0;
-		std::atomic<bool> is_over = false;
-		CompositorOptions options = {.on_picture =
-		                                 [&](const Picture &) {
-			                                 ++pictures;
-			                                 while (tried.fault == kStopped && !is_over)
-				                                 std::this_thread::yield();
-		                                 },
-		    .keep_requests = true,
-		    .hold_frames = tried.fault == kSilent};
-		std::string error;
-		const CompositorPtr compositor = open_compositor(std::move(options), &error);
-		ASSERT_TRUE(compositor) << error;
-		setenv("XDG_RUNTIME_DIR", compositor_folder(*compositor).c_str(), 1);
-		setenv("WAYLAND_DISPLAY", compositor_socket(*compositor).c_str(), 1);
-		const Program player = start_program("ANIMATION_PLAY", scene);
-		if (tried.fault == kAbsent)
-			std::this_thread::sleep_for(std::chrono::milliseconds(500));
-		else
-			start_compositor_thread(*compositor);
-		EXPECT_TRUE(tried.fault == kAbsent || wait_until([&] { return pictures > 0; }, 30));
+	const std::string play = "$ANIMATION_PLAY " SCENES "/endless.json";
+};
 
-		const auto begin = std::chrono::steady_clock::now();
-		if (tried.signal)
-			kill(player.pid, tried.signal);
-		if (tried.fault == kGone) {
-			EXPECT_TRUE(await_record(*compositor, std::chrono::seconds(5), [](const auto &record) {
-				return std::ranges::count(record.requests, "xdg_surface.set_title(\"Endless\")");
-			}));
-			disconnect_clients(*compositor);
-		}
-		const Outcome outcome = end_of(player);
-		is_over = true;
-		const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
-		EXPECT_LT(taken.count(), tried.seconds);
-		EXPECT_NE(outcome.status, -1);
-		const std::size_t line = outcome.output.find("animation-play: ");
-		EXPECT_EQ(outcome.output.rfind("animation-play: "), line) << outcome.output;
-		if (tried.signal == 0) { /* with one, there may be nothing left to remove */
-			EXPECT_EQ(outcome.status, 1);
-			EXPECT_NE(line, outcome.output.npos) << outcome.output;
-		}
+double processor_seconds(pid_t process)
+{
+	clockid_t clock;
+	timespec time = {};
+	EXPECT_EQ(clock_getcpuclockid(process, &clock), 0);
+	EXPECT_EQ(clock_gettime(clock, &time), 0);
+	return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+TEST_F(LostCompositor, IsWaitedForAtNoCost)
+{
+	sockaddr_un address = {AF_UNIX, {}};
+	(folder / "silent").copy(address.sun_path, sizeof(address.sun_path) - 1);
+	const int silent = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+	EXPECT_EQ(bind(silent, reinterpret_cast<const sockaddr *>(&address), sizeof(address)), 0);
+	EXPECT_EQ(listen(silent, 1), 0);
+	setenv("WAYLAND_DISPLAY", address.sun_path, 1);
+	for (const std::string &command : {std::string("$START_UP"), play}) {
+		const Program program = start_program(command);
+		const int connection = accept(silent, nullptr, nullptr);
+		std::this_thread::sleep_for(200ms);
+		const double before = processor_seconds(program.pid);
+		std::this_thread::sleep_for(1s);
+		EXPECT_LT(processor_seconds(program.pid) - before, 0.03);
+		kill(program.pid, SIGTERM);
+		const Outcome outcome = end_of(program);
+		EXPECT_EQ(outcome.status < 128, command == play) << outcome.status << outcome.output;
+		close(connection);
 	}
+	close(silent);
+}
+
+/* A player that was asked to end may have nothing left to remove. */
+TEST_F(LostCompositor, EndsTheProgram)
+{
+	struct Case {
+		const char *name;
+		void (*lose)(CompositorPtr &);
+		int signal = 0; /* sent to the program then */
+	};
+	const auto stay = [](CompositorPtr &) {};
+	const Case cases[] = {
+	    {"gone", [](CompositorPtr &compositor) { disconnect_clients(*compositor); }},
+	    {"at fault", [](CompositorPtr &compositor) { send_error(*compositor); }},
+	    {"ended", [](CompositorPtr &compositor) { compositor.reset(); }},
+	    {"silent", stay},
+	    {"silent, SIGINT", stay, SIGINT},
+	    {"stopped, SIGTERM", stay, SIGTERM},
+	};
+	for (const std::string &command : {std::string("$WATCH"), play})
+		for (const Case &c : cases) {
+			SCOPED_TRACE(command + c.name);
+			if (c.signal && command != play)
+				continue;
+			start_compositor({.hold_frames = std::string(c.name).starts_with("silent")});
+			const Program program = start_program(command);
+			EXPECT_TRUE(eventually([&] { return pictures() > 0; }));
+			std::unique_lock stopped(picture_lock, std::defer_lock);
+			if (c.signal == SIGTERM)
+				stopped.lock();
+			const auto begin = std::chrono::steady_clock::now();
+			c.lose(compositor);
+			if (c.signal)
+				kill(program.pid, c.signal);
+			const Outcome outcome = end_of(program);
+			EXPECT_LT(std::chrono::steady_clock::now() - begin, c.signal ? 3s : 10s);
+			EXPECT_LT(outcome.status, c.signal ? 128 : 2) << outcome.output;
+			const std::size_t line = outcome.output.find("animation-play: ");
+			EXPECT_EQ(outcome.output.rfind("animation-play: "), line) << outcome.output;
+			if (!c.signal) {
+				EXPECT_EQ(outcome.status, 1);
+				EXPECT_EQ(line != outcome.output.npos, command == play) << outcome.output;
+			}
+		}
 }
 
 } // namespace

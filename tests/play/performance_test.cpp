@@ -4,8 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <picture_files.h>
-
-#include "program.h"
+#include <program.h>
 
 namespace
 {
@@ -16,28 +15,6 @@ constexpr Colour kBlack = {0, 0, 0};
 constexpr Colour kRed = {255, 0, 0};
 constexpr Colour kGreen = {0, 255, 0};
 constexpr Colour kBlue = {0, 0, 255};
-
-/* "@N" is the frame in which phase N begins. */
-constexpr char kScene[] = R"({
-	"frames": @9,
-	"handles": [
-		{ "name": "quarters", "data": { "width": 2, "height": 2, "textureType": "GL_BGRA_EXT",
-			"pixels": [0,0,255,255, 0,255,0,255, 255,0,0,255, 0,0,0,255] } }
-	],
-	"objects": [
-		{ "name": "box", "type": "ANI_BACKGROUND", "viewport": "VP_LCD1",
-			"rectangle": [100, 100, 50, 50], "textures": { "constant_color": [1, 0, 0, 1] } },
-		{ "name": "picture", "type": "ANI_FLASH", "rectangle": [0, 0, 400, 400],
-			"textures": { "ids": ["quarters"] }, "on_frame": 1 }
-	],
-	"timeline": [
-		{ "frame": @2, "create": ["box", "picture"] },
-		{ "frame": @4, "update": "box", "set": { "rectangle": [300, 100, 50, 50] } },
-		{ "frame": @5, "update": "box", "set": { "textures": { "constant_color": [0, 1, 0, 1] } } },
-		{ "frame": @6, "remove": "box" },
-		{ "frame": @7, "remove": "picture" }
-	]
-})";
 
 struct Phase {
 	Colour before;  /* where the box is first */
@@ -61,9 +38,10 @@ struct Performance : testing::Test {
 	const Folder folder;
 	std::string snapshots;
 
+	/* "@N" is the frame in which phase N begins. */
 	std::string scene(int frames_a_phase) const
 	{
-		std::string text = kScene;
+		std::string text = read_file(SCENES "/phases.json");
 		for (std::size_t at; (at = text.find('@')) != text.npos;)
 			text.replace(at, 2, std::to_string((text[at + 1] - '0') * frames_a_phase));
 		return folder.file("scene.json", text);
@@ -94,7 +72,7 @@ TEST_F(Performance, StepsTakeEffectBetweenFramesOffline)
 {
 	for (int phase = 0; phase < 9; ++phase)
 		snapshot(phase, phase + 1);
-	const Outcome outcome = run_program("ANIMATION_PLAY", "--offline " + snapshots + scene(1));
+	const Outcome outcome = run_program("$ANIMATION_PLAY --offline " + snapshots + scene(1));
 	ASSERT_EQ(outcome.status, 0) << outcome.output;
 	for (int phase = 0; phase < 9; ++phase)
 		expect_phase(phase);
@@ -111,34 +89,19 @@ TEST_F(Performance, StepsFollowTheFramesLive)
 	for (int phase : {2, 4, 5, 6}) /* the first picture is that of phase 2 */
 		snapshot(phase, (phase - 2) * kFrames + kFrames / 2);
 	const Outcome outcome =
-	    run_program("ANIMATION_HOST", snapshots + "-- $ANIMATION_PLAY " + scene(kFrames));
+	    run_program("$ANIMATION_HOST " + snapshots + "-- $ANIMATION_PLAY " + scene(kFrames));
 	ASSERT_EQ(outcome.status, 0) << outcome.output;
 	for (int phase : {2, 4, 5, 6})
 		expect_phase(phase);
 }
-
-constexpr char kVideo[] = R"({
-	"frames": 60,
-	"objects": [
-		{ "name": "left", "type": "ANI_VIDEO_GST", "rectangle": [0, 0, 1152, 576] },
-		{ "name": "right", "like": "left", "viewport": "VP_LCD1" }
-	],
-	"timeline": [
-		{ "frame": 0, "create": ["left", "right"] },
-		{ "frame": 1, "play": "film.mp4", "on": ["left", "right"] },
-		{ "frame": 20, "pause": true },
-		{ "frame": 25, "resume": true },
-		{ "frame": 40, "stop": true }
-	]
-})";
 
 /* The host gives an application that knows nothing of it a decoder and the import of its frames. */
 TEST_F(Performance, TwoObjectsShowOneFilm)
 {
 	std::filesystem::create_symlink(std::getenv("FILM"), folder / "film.mp4");
 	snapshot(0, 8);
-	const Outcome outcome = run_program("ANIMATION_HOST",
-	    snapshots + "-- $ANIMATION_PLAY " + folder.file("video.json", std::string(kVideo)));
+	const Outcome outcome = run_program("$ANIMATION_HOST " + snapshots + "-- $ANIMATION_PLAY " +
+	                                    folder.file("video.json", read_file(SCENES "/film.json")));
 	ASSERT_EQ(outcome.status, 0) << outcome.output;
 	for (const char *part : {"first frame: ", "StopGSTPlay-------------2\n", "thread exit\n"})
 		EXPECT_NE(outcome.output.find(part), std::string::npos) << outcome.output;
@@ -154,8 +117,8 @@ TEST_F(Performance, ASceneAlwaysGivesTheSamePictures)
 	for (int run : {0, 1}) {
 		snapshots.clear();
 		snapshot(run, 12);
-		const Outcome outcome = run_program("ANIMATION_PLAY",
-		    "--offline --frames 12 " + snapshots + "$GALLERY_SCENES/gradual_blocks.json");
+		const Outcome outcome = run_program("$ANIMATION_PLAY --offline --frames 12 " + snapshots +
+		                                    "$GALLERY_SCENES/gradual_blocks.json");
 		ASSERT_EQ(outcome.status, 0) << outcome.output;
 	}
 	EXPECT_FALSE(read_file(picture(0)).empty());

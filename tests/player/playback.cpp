@@ -2,18 +2,6 @@
 
 #include "playback.h"
 
-bool Feed::ends(double seconds) const
-{
-	GstBus *bus = gst_element_get_bus(element);
-	GstMessage *message = gst_bus_timed_pop_filtered(bus, GstClockTime(seconds * GST_SECOND),
-	    GstMessageType(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
-	const bool ended = message && GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS;
-	if (message)
-		gst_message_unref(message);
-	gst_object_unref(bus);
-	return ended;
-}
-
 std::string test_pattern(bool live, int frames)
 {
 	return "videotestsrc is-live=" + std::to_string(live) +
@@ -88,18 +76,8 @@ std::string Playback::film(int frames)
 	static const Folder folder;
 	const std::string path = folder / (std::to_string(frames) + ".mp4");
 	if (!std::filesystem::exists(path)) {
-		Feed camera(test_pattern(false, frames) + "mp4mux ! filesink location=" + path);
+		Pipeline camera(test_pattern(false, frames) + "mp4mux ! filesink location=" + path);
 		EXPECT_TRUE(camera.ends(20));
 	}
 	return path;
-}
-
-bool Playback::is_up()
-{
-	return IsGSTStatePlaying();
-}
-
-int Playback::position()
-{
-	return GetGSTimeStramp();
 }

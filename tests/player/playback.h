@@ -8,15 +8,6 @@
 #include "../support/pipeline.h"
 #include "support.h"
 
-class Feed : public Pipeline
-{
-public:
-	using Pipeline::Pipeline;
-
-	/* True when the end of the stream has come. */
-	bool ends(double seconds) const;
-};
-
 /* A launch description that makes H.264 in real time, or as fast as it can. */
 std::string test_pattern(bool live, int frames);
 
@@ -42,10 +33,6 @@ protected:
 
 	/* The film, made when it is first asked for: 320 x 240, 25 frames a second. */
 	static std::string film(int frames = 25);
-
-	/* IsGSTStatePlaying and GetGSTimeStramp with other words. */
-	static bool is_up();
-	static int position();
 
 	/* Not the standard error, so that a sanitizer's report is seen. */
 	Caught out{1};

@@ -77,7 +77,7 @@ TEST_F(Playback, RefusesWhatItCannotStart)
 		EXPECT_LT(g_get_monotonic_time() - start, 3 * G_USEC_PER_SEC);
 		EXPECT_TRUE(out.has(said)) << out.text();
 		EXPECT_TRUE(err.has(warned)) << err.text();
-		EXPECT_FALSE(is_up());
+		EXPECT_FALSE(IsGSTStatePlaying());
 	}
 
 	out.clear();
@@ -101,7 +101,7 @@ TEST_F(Playback, TakesAStartBackThatGotNoElementsOrNoThread)
 	EXPECT_TRUE(err.has("create message process thread failure.\n"));
 	threads_fail = false;
 	out.clear();
-	EXPECT_FALSE(is_up());
+	EXPECT_FALSE(IsGSTStatePlaying());
 	ASSERT_EQ(StartGSTPlay(film().c_str()), 0);
 	EXPECT_TRUE(stops());
 }
@@ -141,8 +141,8 @@ TEST_F(Playback, PlaysAFileToItsEnd)
 	EXPECT_EQ(StartGSTPlay("127.0.0.1"), 1);
 	EXPECT_TRUE(frames_come());
 	EXPECT_TRUE(IsFirstFrameStart());
-	EXPECT_TRUE(is_up());
-	EXPECT_TRUE(wait_until([] { return position() > 100 && position() < 1100; }));
+	EXPECT_TRUE(IsGSTStatePlaying());
+	EXPECT_TRUE(wait_until([] { return GetGSTimeStramp() > 100 && GetGSTimeStramp() < 1100; }));
 	EXPECT_TRUE(ends());
 	GSTplayControl(GST_PLAY); // nothing to play
 
@@ -150,14 +150,14 @@ TEST_F(Playback, PlaysAFileToItsEnd)
 	    {"start up: ", "build link: ", "Pipeline state changed from PAUSED to PLAYING:\n",
 	        "streamer eos\n", kDown1, kDown2, kExit}))
 	    << out.text();
-	EXPECT_FALSE(is_up());
+	EXPECT_FALSE(IsGSTStatePlaying());
 	EXPECT_TRUE(IsFirstFrameStart());
 	EXPECT_EQ(left.bufinfo, nullptr);
 	EXPECT_EQ(right.bufinfo, nullptr);
 	EXPECT_TRUE(wait_until([] { return StartGSTPlay(kNobody) == 0; }));
 
 	// The next playback knows nothing of the one before.
-	EXPECT_EQ(position(), kUnknownPosition);
+	EXPECT_EQ(GetGSTimeStramp(), kUnknownPosition);
 	EXPECT_FALSE(IsFirstFrameStart());
 	EXPECT_TRUE(stops());
 }
@@ -195,7 +195,7 @@ TEST_F(Playback, GivesEverythingBack)
 		EXPECT_EQ(StartGSTPlay("/nowhere.mp4"), -1);
 		ASSERT_EQ(StartGSTPlay(path.c_str()), 0);
 		if (round % 3 == 1)
-			wait_until([] { return is_up(); });
+			wait_until([] { return IsGSTStatePlaying(); });
 		if (round % 3 == 2)
 			frames_come();
 		ASSERT_TRUE(stops());
@@ -230,7 +230,7 @@ TEST_F(Playback, OutlivesAnyFailedAllocation)
 		EXPECT_TRUE(!started || ends());
 		failed = fail_allocation(0) >= n;
 		EXPECT_TRUE((started && IsFirstFrameStart()) || (failed && n > 0));
-		EXPECT_FALSE(is_up());
+		EXPECT_FALSE(IsGSTStatePlaying());
 		remove_objects();
 		EXPECT_EQ(animationItemHead, nullptr);
 		blocks = std::min(blocks, live_blocks());

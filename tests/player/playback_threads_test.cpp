@@ -24,10 +24,10 @@ TEST_F(Playback, GoesOnWhileTheApplicationHoldsTheMutex)
 		ASSERT_EQ(StartGSTPlay(path.c_str()), 0);
 		EXPECT_TRUE(out.waits_for("Pipeline state changed from PAUSED to PLAYING:\n"));
 		EXPECT_TRUE(out.waits_for("pthread_mutex_trylock lock failed\n"));
-		EXPECT_TRUE(wait_until([] { return position() > 100 && position() < 1100; }));
+		EXPECT_TRUE(wait_until([] { return GetGSTimeStramp() > 100 && GetGSTimeStramp() < 1100; }));
 		auto others = std::async(std::launch::async, [] {
 			GSTplayControl(GST_PLAY);
-			return is_up();
+			return IsGSTStatePlaying();
 		});
 		EXPECT_EQ(others.wait_for(500ms), std::future_status::ready);
 		EXPECT_TRUE(out.waits_for("streamer eos\n"));

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdint>
 #include <cstring>
 #include <iterator>
 #include <new>
 
+#include <dlfcn.h>
 #include <link.h>
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
@@ -20,34 +20,19 @@ void __libc_free(void *block);
 namespace
 {
 
-struct Code {
-	std::uintptr_t begin, end;
-} libraries[4];
-std::atomic<std::size_t> known_libraries;
+std::atomic<bool> is_watching;
 
 std::atomic<std::size_t> made;
 std::atomic<std::size_t> failing;
 std::atomic<void *> blocks[4096];
 
-int note_library(dl_phdr_info *object, size_t, void *)
+bool is_ours(void *caller)
 {
-	if (!strstr(object->dlpi_name, "libanimation") && !strstr(object->dlpi_name, "libpng"))
-		return 0;
-	for (int i = 0; i < object->dlpi_phnum; i++) {
-		const auto &segment = object->dlpi_phdr[i];
-		const std::uintptr_t begin = object->dlpi_addr + segment.p_vaddr;
-		if (segment.p_type == PT_LOAD && (segment.p_flags & PF_X) &&
-		    known_libraries < std::size(libraries))
-			libraries[known_libraries++] = {begin, begin + segment.p_memsz};
-	}
-	return 0;
-}
-
-bool is_ours(const void *caller)
-{
-	const auto address = reinterpret_cast<std::uintptr_t>(caller);
-	return std::any_of(libraries, libraries + known_libraries,
-	    [=](const Code &code) { return address >= code.begin && address < code.end; });
+	dl_find_object found;
+	if (!is_watching || _dl_find_object(caller, &found) != 0)
+		return false;
+	const char *library = found.dlfo_link_map->l_name;
+	return strstr(library, "libanimation") || strstr(library, "libpng");
 }
 
 bool exchange(void *from, void *to)
@@ -60,7 +45,7 @@ bool exchange(void *from, void *to)
 
 /* Allocates for a caller. */
 template <class Allocate>
-void *allocate_for(const void *caller, Allocate allocate)
+void *allocate_for(void *caller, Allocate allocate)
 {
 	if (!is_ours(caller))
 		return allocate();
@@ -86,7 +71,7 @@ extern "C" void *calloc(size_t count, size_t size)
 
 extern "C" void free(void *block)
 {
-	if (block && known_libraries)
+	if (block && is_watching)
 		exchange(block, nullptr);
 	__libc_free(block);
 }
@@ -98,8 +83,7 @@ void *operator new(size_t size, const std::nothrow_t &) noexcept
 
 std::size_t fail_allocation(std::size_t n)
 {
-	if (!known_libraries)
-		dl_iterate_phdr(note_library, nullptr);
+	is_watching = true;
 	failing = n;
 	return made.exchange(0);
 }

@@ -7,6 +7,10 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <vector>
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 /* A folder that goes with its files. */
 class Folder
@@ -49,6 +53,21 @@ inline std::string read_file(const std::string &path)
 	std::ifstream stream(path, std::ios::binary);
 	return {std::istreambuf_iterator<char>(stream), {}};
 }
+
+/* A file of this content without a name. */
+struct Descriptor {
+	const int fd = memfd_create("test", MFD_CLOEXEC);
+
+	explicit Descriptor(const std::vector<std::uint8_t> &bytes)
+	{
+		if (write(fd, bytes.data(), bytes.size()) != std::ssize(bytes))
+			abort();
+	}
+	~Descriptor()
+	{
+		close(fd);
+	}
+};
 
 /* In /proc/self/fd the open descriptors, in /proc/self/task the threads. */
 inline long count_entries(const char *folder)

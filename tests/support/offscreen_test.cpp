@@ -40,8 +40,6 @@ std::vector<Pixel> read_framebuffer(int x, int y, int width, int height)
 
 } // namespace
 
-float viewport_strip[8] = {0, 576, 1152, 576, 0, 0, 1152, 0};
-
 OffscreenWindow &offscreen()
 {
 	if (!the_window) {
@@ -95,6 +93,16 @@ Pixel pixel_at(ViewPortID vp_id, int x, int y)
 {
 	const int left = vp_id == VP_LCD1 ? 1152 : 0;
 	return read_framebuffer(left + x * 144 + 72, 576 - (y * 72 + 36), 1, 1)[0];
+}
+
+AnimationObj *make_by_hand(unsigned int id)
+{
+	auto *obj = static_cast<AnimationObj *>(calloc(1, sizeof(AnimationObj)));
+	obj->objId = id;
+	obj->animationtype = ANI_BACKGROUND;
+	obj->animationpara = calloc(1, sizeof(Backgroud_animationpara));
+	obj->renderobj = static_cast<RenderObj *>(calloc(1, sizeof(RenderObj)));
+	return obj;
 }
 
 GLuint bound_texture(unsigned int unit)

@@ -14,8 +14,9 @@
 
 #include <gtest/gtest.h>
 
-#include <animation/animation.h>
 #include <offscreen/offscreen_window.h>
+
+#include "records.h"
 
 OffscreenWindow &offscreen();
 
@@ -40,23 +41,6 @@ constexpr Pixel kWhite = {255, 255, 255};
  * surface it means nothing. */
 testing::AssertionResult looks_like(Pixel seen, Pixel expected, int steps = 1);
 
-/* The whole viewport, beginning with its bottom edge. */
-extern float viewport_strip[8];
-
-/* A record of the whole viewport without textures. */
-template <class Para>
-Para whole_viewport(ViewPortID vp_id = VP_LCD0)
-{
-	Para para = {};
-	para.in_position2d = {4, nullptr, viewport_strip, vp_id};
-	if constexpr (requires { para.textures; }) {
-		para.textures.mode = TEX_DATA;
-		para.textures.mask_index = ANIMATION_NO_TEXTURE;
-		para.textures.alpha_index = ANIMATION_NO_TEXTURE;
-	}
-	return para;
-}
-
 /* Appends a picture of one pixel, which must live on. */
 void add_picture(TextureArray &textures, const Pixel &pixel);
 
@@ -65,6 +49,9 @@ GLuint solid_texture(Pixel pixel);
 
 /* The pixels of a texture, the row of v = 0 first. */
 std::vector<Pixel> read_texture(GLuint texture, int width, int height);
+
+/* A background of plain zeroed blocks, which the library may free. */
+AnimationObj *make_by_hand(unsigned int id);
 
 /* The texture that is bound to a unit. */
 GLuint bound_texture(unsigned int unit);

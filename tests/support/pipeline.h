@@ -43,6 +43,19 @@ public:
 		return sample;
 	}
 
+	/* True when the end of the stream has come. */
+	bool ends(double seconds) const
+	{
+		GstBus *bus = gst_element_get_bus(element);
+		GstMessage *message = gst_bus_timed_pop_filtered(bus, GstClockTime(seconds * GST_SECOND),
+		    GstMessageType(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
+		const bool ended = message && GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS;
+		if (message)
+			gst_message_unref(message);
+		gst_object_unref(bus);
+		return ended;
+	}
+
 	GstElement *const element;
 };
 

@@ -2,6 +2,7 @@
 #include <random>
 #include <thread>
 
+#include "../support/records.h"
 #include "system_test.h"
 
 namespace
@@ -10,32 +11,18 @@ namespace
 struct ConcurrencyTest : SystemTest {
 	std::atomic<int> gone{0};
 
+	/* The life of an object, from one thread: it meets no object but its own under its id. */
 	template <class Para>
-	static Para record(float (&strip)[8])
+	void live(AnimationType type, Para para, std::mt19937 &random)
 	{
-		Para para = {};
+		float strip[8] = {0, 40, 40, 40, 0, 0, 40, 0};
 		para.in_position2d = {4, strip, strip, VP_LCD1};
-		if constexpr (requires { para.textures; }) {
-			para.textures.mask_index = para.textures.alpha_index = ANIMATION_NO_TEXTURE;
-			para.textures.constant_color[3] = 1;
-		}
 		if constexpr (requires { para.sin_frame; })
 			para.in_frame = para.out_frame = para.sout_frame = 2;
 		if constexpr (requires { para.gmode_show; })
 			para.gmode_show = para.gmode_hide = GRAD_BLOCKS;
 		if constexpr (requires { para.seq_show; })
 			para.seq_show = para.seq_hide = SEQ_WHIP;
-		if constexpr (requires { para.texcoord; })
-			para.texcoord = strip;
-		return para;
-	}
-
-	/* The life of an object, from one thread: it meets no object but its own under its id. */
-	template <class Para>
-	void live(AnimationType type, std::mt19937 &random)
-	{
-		float strip[8] = {0, 40, 40, 40, 0, 0, 40, 0};
-		auto para = record<Para>(strip);
 		const unsigned int id = CreateAnimationObj(type, &para);
 		ASSERT_NE(id, ANIMATION_NO_OBJECT);
 		for (unsigned int updates = random() % 4; updates; updates--) {
@@ -62,10 +49,10 @@ TEST_F(ConcurrencyTest, ThreadsShareTheListWithTheFrames)
 		threads.emplace_back([this, seed, &stop] {
 			std::mt19937 random(seed);
 			while (!stop) {
-				live<FadeInOutLoop_animationpara>(ANI_FADEINOUT, random);
-				live<GraduallyDispLoop_animationpara>(ANI_GRADUALLYDISP, random);
-				live<SeqLoop_animationpara>(ANI_SEQUENCE, random);
-				live<VideoGST_animationpara>(ANI_VIDEO_GST, random);
+				for_each_type([&](AnimationType type, auto para) {
+					if (type != ANI_BACKGROUND) /* which hides videos */
+						live(type, para, random);
+				});
 			}
 		});
 	}

@@ -1,12 +1,10 @@
 #include <algorithm>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
+#include <ctime>
 #include <thread>
 
-#include <sys/wait.h>
-
 #include "../support/caught.h"
+#include "../support/program.h"
 #include "system_test.h"
 
 using namespace std::chrono_literals;
@@ -14,13 +12,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-struct LifeCycleTest : SystemTest {
-	void show_and_await(std::uint32_t rgb)
-	{
-		show(ANI_FLASH, rgb, 0, 8);
-		EXPECT_TRUE(eventually([&] { return last_eighths()[4] == rgb; }));
-	}
-};
+using LifeCycleTest = SystemTest;
 
 TEST_F(LifeCycleTest, OpensAndClosesOneWindow)
 {
@@ -90,35 +82,6 @@ TEST_F(LifeCycleTest, StacksObjectsAndKeepsTheLastPicture)
 	DeleteTexture(handle);
 }
 
-TEST_F(LifeCycleTest, CapturesSwappedFrames)
-{
-	namespace fs = std::filesystem;
-	if (std::string(CAPTURE_DIR) == "/data/capture")
-		GTEST_SKIP() << "captures go to the unit's folder in this build";
-	fs::remove_all(CAPTURE_DIR);
-	fs::create_directories(CAPTURE_DIR);
-	std::ofstream(CAPTURE_MARKER).put('x');
-	start_compositor();
-	init();
-	const int64_t before = now(gpuRender_framecnt);
-	show(ANI_FLASH, kRed, 0, 8);
-	show(ANI_FLASH, kBlue, 0, 8, VP_LCD1);
-	const fs::path first = fs::path(CAPTURE_DIR) / (std::to_string(before + 1) + ".raw");
-	const fs::path second = fs::path(CAPTURE_DIR) / (std::to_string(before + 2) + ".raw");
-	EXPECT_TRUE(eventually([&] { return fs::exists(second); }));
-	fs::remove(CAPTURE_MARKER);
-	remove_all();
-
-	ASSERT_EQ(fs::file_size(first), 5308416U);
-	std::ifstream file(second, std::ios::binary);
-	std::array<unsigned char, 9216> row;
-	file.seekg(300 * row.size()).read(reinterpret_cast<char *>(row.data()), row.size());
-	EXPECT_EQ((std::array{row[0], row[1], row[2]}), (std::array<unsigned char, 3>{255, 0, 0}));
-	EXPECT_EQ(
-	    (std::array{row[9212], row[9213], row[9214]}), (std::array<unsigned char, 3>{0, 0, 255}));
-	fs::remove_all(CAPTURE_DIR);
-}
-
 TEST_F(LifeCycleTest, StopsOnTheFirstInterrupt)
 {
 	start_compositor();
@@ -136,18 +99,6 @@ TEST_F(LifeCycleTest, StopsOnTheFirstInterrupt)
 	remove_all();
 }
 
-/* Runs the program that does nothing but Init and DeInit; its wait status. */
-int run_start_up(const char *environment, std::string *output)
-{
-	/* Leaks are looked for in this process: there the driver stays loaded until then. */
-	const std::string command =
-	    std::string("exec env ASAN_OPTIONS=detect_leaks=0 ") + environment + " " START_UP " 2>&1";
-	FILE *pipe = popen(command.c_str(), "r");
-	for (int c; (c = fgetc(pipe)) != EOF;)
-		*output += static_cast<char>(c);
-	return pclose(pipe);
-}
-
 TEST_F(LifeCycleTest, EndsTheProcessThatCannotStartUp)
 {
 	struct Case {
@@ -156,22 +107,46 @@ TEST_F(LifeCycleTest, EndsTheProcessThatCannotStartUp)
 		const char *report;
 	};
 	const Case cases[] = {
-	    {{}, "WAYLAND_DISPLAY=nowhere", "start-up condition failed: display.display\n"},
+	    {{}, "env WAYLAND_DISPLAY=nowhere", "start-up condition failed: display.display\n"},
 	    {{.offer_shell = false}, "", "create_surface: start-up condition failed: 0\n"},
 	    {{.offer_compositor = false}, "", "start-up condition failed: display->compositor\n"},
-	    {{}, "", nullptr},
+	    {{}, "", ""},
 	};
 	for (const Case &c : cases) {
 		start_compositor(c.options);
-		std::string output;
-		const int status = run_start_up(c.environment, &output);
-		if (c.report) {
-			EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
-			EXPECT_NE(output.find(c.report), output.npos) << output << "without " << c.report;
-		} else {
-			EXPECT_EQ(status, 0) << output;
-		}
+		const Outcome outcome = run_program(std::string(c.environment) + " " START_UP);
+		EXPECT_EQ(outcome.status, *c.report ? 128 + SIGABRT : 0) << outcome.output;
+		EXPECT_NE(outcome.output.find(c.report), outcome.output.npos) << outcome.output;
 	}
+}
+
+TEST_F(LifeCycleTest, OutlivesTheCompositor)
+{
+	for (const bool shows : {true, false}) {
+		start_compositor();
+		init();
+		if (shows)
+			show_and_await(kRed);
+		compositor.reset();
+		std::this_thread::sleep_for(100ms);
+		const std::clock_t busy_before = std::clock();
+		std::this_thread::sleep_for(500ms);
+		EXPECT_LT(std::clock() - busy_before, 0.4 * CLOCKS_PER_SEC); /* it sleeps between turns */
+		EXPECT_NE(show(ANI_FLASH, kBlue, 0, 8), ANIMATION_NO_OBJECT);
+		EXPECT_EQ(now(running), 2);
+		finish();
+	}
+}
+
+TEST_F(LifeCycleTest, EndsWhileTheCompositorWithholdsFrames)
+{
+	start_compositor({.hold_frames = true});
+	init();
+	show_and_await(kRed);
+	std::this_thread::sleep_for(100ms);
+	const auto begin = std::chrono::steady_clock::now();
+	finish();
+	EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s); /* two, on a machine that keeps up */
 }
 
 } // namespace

@@ -35,11 +35,6 @@ void free_what_is_left()
 
 } // namespace
 
-std::uint32_t Shown::at(int x, int y) const
-{
-	return pixels.empty() ? kBlack : pixels[y * 2304 + x] & 0xFFFFFF;
-}
-
 bool eventually(const std::function<bool()> &condition)
 {
 	return wait_until(condition, kLimit.count());
@@ -52,8 +47,8 @@ void SystemTest::start_compositor(CompositorOptions options)
 		ASSERT_EQ(committed.height, 576);
 		ASSERT_EQ(committed.stride, 2304 * sizeof(std::uint32_t));
 		const std::lock_guard hold(picture_lock);
-		picture.pixels.resize(2304 * 576);
-		memcpy(picture.pixels.data(), committed.pixels, 576 * committed.stride);
+		picture.resize(2304 * 576);
+		memcpy(picture.data(), committed.pixels, 576 * committed.stride);
 	};
 	std::string error;
 	compositor = open_compositor(std::move(options), &error);
@@ -95,18 +90,17 @@ std::uint64_t SystemTest::pictures()
 	return compositor_record(*compositor).pictures;
 }
 
-Shown SystemTest::last_picture()
+std::uint32_t SystemTest::pixel(int x, int y)
 {
 	const std::lock_guard hold(picture_lock);
-	return picture;
+	return picture.empty() ? kBlack : picture[y * 2304 + x] & 0xFFFFFF;
 }
 
 Eighths SystemTest::last_eighths()
 {
-	const Shown shown = last_picture();
 	Eighths eighths;
 	for (int i = 0; i < 16; i++)
-		eighths[i] = shown.at(i * 144 + 72, 288);
+		eighths[i] = pixel(i * 144 + 72, 288);
 	return eighths;
 }
 
@@ -142,4 +136,10 @@ unsigned int SystemTest::show(
 	para.on_frame = 1000000;
 	para.on_alpha = 1;
 	return CreateAnimationObj(type, &para);
+}
+
+void SystemTest::show_and_await(std::uint32_t rgb)
+{
+	show(ANI_FLASH, rgb, 0, 8);
+	EXPECT_TRUE(eventually([&] { return last_eighths()[4] == rgb; }));
 }

@@ -36,13 +36,6 @@ constexpr std::uint32_t kBlue = 0x0000FF;
 /* At the middle of each eighth of both viewports, from the left. */
 using Eighths = std::array<std::uint32_t, 16>;
 
-/* A picture of the surface, the top row first. */
-struct Shown {
-	std::vector<std::uint32_t> pixels;
-
-	std::uint32_t at(int x, int y) const;
-};
-
 class SystemTest : public testing::Test
 {
 protected:
@@ -59,7 +52,7 @@ protected:
 	}
 
 	std::uint64_t pictures();
-	Shown last_picture();
+	std::uint32_t pixel(int x, int y); /* of the last picture, from its top left corner */
 	Eighths last_eighths();
 
 	/* Turns of the render loop so far. */
@@ -69,10 +62,13 @@ protected:
 	/* An image of one colour on a part of a viewport, in eighths of it. */
 	static unsigned int show(AnimationType type, std::uint32_t rgb, int left, int right,
 	    ViewPortID vp_id = VP_LCD0, GLuint texture = 0);
+	/* On a whole viewport. */
+	void show_and_await(std::uint32_t rgb);
+
+	std::mutex picture_lock; /* the compositor waits for it with each picture */
 
 private:
-	std::mutex picture_lock;
-	Shown picture;
+	std::vector<std::uint32_t> picture;
 	bool is_running = false;
 };
 

@@ -1,15 +1,13 @@
 /* Video through the whole library, from a file or an application's frames to the surface. */
-#include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <optional>
 #include <thread>
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <player/player.h>
 
 #include "../player/playback.h"
+#include "../support/records.h"
 #include "system_test.h"
 
 using namespace std::chrono_literals;
@@ -37,10 +35,10 @@ std::string film()
 	static const Folder folder;
 	static const std::string path = [] {
 		const std::string file = folder.path / "film.mp4";
-		Feed camera(film_part("ff0000") + film_part("00ff00") + film_part("0000ff") +
-		            "concat name=film ! x264enc tune=zerolatency pass=quant quantizer=4"
-		            " ! h264parse ! mp4mux ! filesink location=" +
-		            file);
+		Pipeline camera(film_part("ff0000") + film_part("00ff00") + film_part("0000ff") +
+		                "concat name=film ! x264enc tune=zerolatency pass=quant quantizer=4"
+		                " ! h264parse ! mp4mux ! filesink location=" +
+		                file);
 		EXPECT_TRUE(camera.ends(20));
 		return file;
 	}();
@@ -57,7 +55,6 @@ bool is_near(std::uint32_t seen, std::uint32_t expected)
 }
 
 struct VideoTest : SystemTest {
-	float corners[8] = {0, 576, 1152, 576, 0, 0, 1152, 0};
 	float whole_picture[8] = {0, 1, 1, 1, 0, 0, 1, 0};
 	VideoGST_animationpara left = record<VideoGST_animationpara>(VP_LCD0);
 	VideoGST_animationpara right = record<VideoGST_animationpara>(VP_LCD1);
@@ -67,7 +64,9 @@ struct VideoTest : SystemTest {
 	template <class Para>
 	Para record(ViewPortID vp_id)
 	{
-		return {.in_position2d = {4, nullptr, corners, vp_id}, .texcoord = whole_picture};
+		auto para = whole_viewport<Para>(vp_id);
+		para.texcoord = whole_picture;
+		return para;
 	}
 
 	void SetUp() override
@@ -105,7 +104,7 @@ struct VideoTest : SystemTest {
 
 	bool shows(ViewPortID vp_id, std::uint32_t colour)
 	{
-		return is_near(last_picture().at(1152 * vp_id + 576, 288), colour);
+		return is_near(pixel(1152 * vp_id + 576, 288), colour);
 	}
 
 	bool comes_to_show(ViewPortID vp_id, std::uint32_t colour)
@@ -116,22 +115,14 @@ struct VideoTest : SystemTest {
 	/* The white frame ends where it should, within half a pixel of the film. */
 	void expect_edges(ViewPortID vp_id, std::uint32_t colour)
 	{
-		const Shown picture = last_picture();
 		const int x0 = 1152 * vp_id;
-		const struct {
-			int x, y;           /* the first pixel behind the edge, from the left or the top */
-			int step_x, step_y; /* into the picture */
-		} edges[] = {
-		    {kLeft * kScale, 288, 1, 0},
-		    {(kWidth - kRight) * kScale - 1, 288, -1, 0},
-		    {576, kTop * kScale, 0, 1},
-		    {576, (kHeight - kBottom) * kScale - 1, 0, -1},
-		};
-		for (const auto &[x, y, step_x, step_y] : edges) {
-			EXPECT_TRUE(is_near(picture.at(x0 + x + 2 * step_x, y + 2 * step_y), colour))
-			    << vp_id << ": " << x << ", " << y;
-			EXPECT_TRUE(is_near(picture.at(x0 + x - 3 * step_x, y - 3 * step_y), kWhite))
-			    << vp_id << ": " << x << ", " << y;
+		const int right = (kWidth - kRight) * kScale, bottom = (kHeight - kBottom) * kScale;
+		for (const int beside : {-3, 2}) { /* an edge */
+			const int x[] = {kLeft * kScale + beside, right - 1 - beside, 576, 576};
+			const int y[] = {288, 288, kTop * kScale + beside, bottom - 1 - beside};
+			for (int edge = 0; edge < 4; edge++)
+				EXPECT_TRUE(is_near(pixel(x0 + x[edge], y[edge]), beside < 0 ? kWhite : colour))
+				    << vp_id << ", edge " << edge;
 		}
 	}
 
@@ -165,6 +156,7 @@ TEST_F(VideoTest, PlaysAFileOnBothViewportsAndKeepsItsLastPicture)
 	EXPECT_TRUE(comes_to_show(VP_LCD0, kGreen));
 	StopGSTPlay();
 	EXPECT_TRUE(has_ended());
+	EXPECT_EQ(count(out.text(), "streamer eos\n"), 1) << "of the first playback";
 	EXPECT_TRUE(await_turns(2));
 	expect_edges(VP_LCD0, kGreen);
 	EXPECT_TRUE(shows(VP_LCD1, kBlack));
@@ -186,71 +178,55 @@ TEST_F(VideoTest, SharesItsObjectsWithOtherThreads)
 			own.bufinfo = nullptr;
 		}
 	});
-	std::thread curious([&] {
-		while (!over) {
-			IsFirstFrameStart();
-			IsGSTStatePlaying();
-			GetGSTimeStramp();
-			GSTplayControl(GST_PLAY);
-			std::this_thread::sleep_for(3ms);
-		}
-	});
 	EXPECT_TRUE(comes_to_show(VP_LCD0, kGreen));
 	EXPECT_TRUE(comes_to_show(VP_LCD0, kBlue));
 	EXPECT_TRUE(has_ended());
 	over = true;
 	application.join();
-	curious.join();
 	SetGSTPlayAnimationId(ANIMATION_NO_OBJECT, nullptr, ANIMATION_NO_OBJECT, nullptr);
 	free(right.bufinfo); /* if it was not registered at the end */
 }
 
 /* NV12 of one colour, the lower half black. */
-std::vector<std::uint8_t> raw_frame(int luma, int u, int v)
+std::vector<std::uint8_t> raw_frame(std::uint8_t luma, std::uint8_t u, std::uint8_t v)
 {
-	constexpr int kSize = 16;
-	std::vector<std::uint8_t> frame(kSize * kSize, luma);
-	std::fill(frame.begin() + kSize * kSize / 2, frame.end(), 16);
-	for (int i = 0; i < kSize * kSize / 4; i++) {
-		frame.push_back(u);
-		frame.push_back(v);
-	}
-	return frame;
+	return {luma, luma, luma, luma, 16, 16, 16, 16, u, v, u, v};
 }
 
-/* A file with a picture of one colour, or with less. */
-int descriptor_of(const std::vector<std::uint8_t> &bytes)
+TEST_F(VideoTest, ShowsAnApplicationsFramesAndGoesOnAfterDescriptorsThatAreNone)
 {
-	const int fd = memfd_create("test-picture", MFD_CLOEXEC);
-	EXPECT_EQ(write(fd, bytes.data(), bytes.size()), ssize_t(bytes.size()));
-	return fd;
-}
+	auto raw = record<VideoRAW_animationpara>(VP_LCD1);
+	const unsigned int raw_id = CreateAnimationObj(ANI_VIDEO_RAW, &raw);
+	EXPECT_TRUE(await_turns(2)); /* the first frame takes no picture */
+	std::vector<std::uint8_t> grey(6, 128);
+	BufferInfoRAW picture = {2, 2, 2, grey.data(), {}};
+	raw.bufinfo = &picture;
+	raw.update = UPD_TEXS;
+	UpdateAnimationObj(raw_id, &raw);
+	EXPECT_TRUE(comes_to_show(VP_LCD1, 0x828282));
 
-TEST_F(VideoTest, GoesOnAfterDescriptorsThatAreNone)
-{
 	const unsigned int id = CreateAnimationObj(ANI_VIDEO_GST, &left);
 	auto feed = [&](int fd) {
-		BufferInfoGST frame = {16, 16, {0, 0, 16, 8}, static_cast<std::uint32_t>(fd)};
+		BufferInfoGST frame = {2, 4, {0, 0, 2, 2}, static_cast<std::uint32_t>(fd)};
 		left.bufinfo = &frame;
 		left.update = UPD_ALL;
 		UpdateAnimationObj(id, &left);
 		const std::uint64_t shown = pictures();
 		EXPECT_TRUE(eventually([&] { return pictures() > shown; }));
 	};
-	const int red = descriptor_of(raw_frame(81, 90, 240));
-	feed(red);
+	std::optional<Descriptor> red(raw_frame(81, 90, 240));
+	const int fd = red->fd;
+	feed(fd);
 	EXPECT_TRUE(comes_to_show(VP_LCD0, kRed));
-	close(red);
-	feed(red);
-	const int reused = descriptor_of({1, 2, 3});
-	EXPECT_EQ(reused, red);
-	feed(reused);
+	red.reset();
+	feed(fd);
+	const Descriptor reused({1, 2, 3});
+	EXPECT_EQ(reused.fd, fd);
+	feed(fd);
 	EXPECT_FALSE(shows(VP_LCD0, kRed));
-	const int green = descriptor_of(raw_frame(145, 54, 34));
-	feed(green);
+	const Descriptor green(raw_frame(145, 54, 34));
+	feed(green.fd);
 	EXPECT_TRUE(comes_to_show(VP_LCD0, kGreen));
-	close(reused);
-	close(green);
 }
 
 } // namespace

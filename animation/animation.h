@@ -3,11 +3,11 @@
  *
  * This header is the model: the enumerations, the records, and the functions that create, update
  * and remove animation objects. An object is a triangle strip whose look changes over time. The
- * application describes an object by a parameter record and names it by an id. The library draws
- * it.
+ * application fills a parameter record, and creation returns the object's id. The library draws the
+ * object.
  *
- * This header opens no display and starts no thread: Init does, in <render/render.h>. It plays no
- * stream: <player/player.h> does.
+ * Init, in <render/render.h>, opens the display and starts the render thread. <player/player.h>
+ * plays streams.
  *
  * The order of calls:
  *
@@ -83,8 +83,9 @@ extern "C" {
 #define ANIMATION_NO_TEXTURE 128
 
 /* AnimationObj.curframeno of an object that has not started or is in its start delay. An object can
- * also reach this value by counting, after 22 minutes at 50 frames a second. An update for exactly
- * that frame, unless it is UPD_MISC, rebuilds everything and starts the object again. */
+ * also reach this value by counting, after 22 minutes at 50 frames a second. If an update with
+ * another mode than UPD_MISC comes for exactly that frame, the object starts again from the
+ * beginning. */
 #define ANIMATION_NOT_STARTED 0xFFFFu
 
 /* ---- Enumerations ------------------------------------------------------------------------- */
@@ -135,7 +136,7 @@ typedef enum _AnmationStatus ANIMATION_32_BIT {
 /* When a removal takes effect. Background and video objects go in their next frame in both
  * modes. */
 typedef enum DeleteObjMode ANIMATION_32_BIT {
-	DEL_ON_HIDE = 0,     /* the object plays on until its next hidden phase; it may have none */
+	DEL_ON_HIDE = 0,     /* the object goes in its next hidden phase; without one it stays */
 	DEL_IMMEDIATELY = 1, /* the object goes in its next frame and is not drawn in it */
 } DeleteObjMode;
 
@@ -158,7 +159,7 @@ typedef enum UpdateMode ANIMATION_32_BIT {
 	UPD_MISC = 0,   /* nothing; durations, alphas and counts still take effect */
 	UPD_COORDS = 1, /* the strip: positions and texture coordinates */
 	UPD_TEXS = 2,   /* the textures and the constant colour; for a video, the video frame */
-	UPD_ALL = 3,    /* both */
+	UPD_ALL = 3,    /* the strip and the textures */
 } UpdateMode;
 
 /* Where the textures of a TextureArray come from. Any other value acts as TEX_DATA. */
@@ -270,8 +271,8 @@ typedef struct TextureData {
 	uint32_t textureType; /* GL_RGB, GL_BGRA_EXT, GL_LUMINANCE or GL_LUMINANCE_ALPHA */
 } TextureData;
 
-/* The texture set of a record. Its pictures are the first tex_num entries without the mask and the
- * alpha texture. With no picture, the object shows constant_color. */
+/* The texture set of a record. Its pictures are the first tex_num entries, except the mask and the
+ * alpha texture. An object without a picture shows constant_color. */
 typedef struct TextureArray {
 	TextureDataMode mode; /* which of the next three fields is read */
 	GLuint texids[ANIMATION_MAX_TEXTURES];
@@ -292,7 +293,7 @@ typedef struct TextureArray {
  * then stays, whatever mask_index says. With in_frame 0 the first picture stays.
  *
  * A set of one picture may name a fade target by mask_index. The fade target does not count as a
- * picture. This fade begins at the object's present frame number.
+ * picture. The fade does not begin at frame 0 but at the object's present frame number.
  */
 typedef struct Backgroud_animationpara {
 	InPosition2D in_position2d;
@@ -314,8 +315,8 @@ typedef struct Backgroud_animationpara {
  * - loopcnt 0: the cycle repeats for ever, and delonloopcnt has no effect.
  * - loopcnt k without delonloopcnt: the cycle plays k + 1 times. The object then stays as it is.
  * - loopcnt k with delonloopcnt: the cycle plays k times. The object then removes itself.
- * - Counts are of 32 bits: the sum of a cycle's durations wraps, and an object that stays as it is
- *   plays its cycle once more after 2^32 frames, more than two years.
+ * - Counts have 32 bits. The sum of a cycle's durations wraps. An object that stays as it is
+ *   plays its cycle once more after 2^32 frames, which are more than two years.
  */
 typedef struct Flash_animationpara {
 	InPosition2D in_position2d; /* ANI_TEX_CUT reads texPosition2d too */
@@ -375,8 +376,8 @@ typedef struct FadeInOutLoop_animationpara {
  * objects that are in their entry at the same time disturb each other's pattern. So do two in their
  * exit.
  *
- * An object without textures has no mask in two cases: an entry with GRAD_TOP2BOTTOM, and an exit
- * with GRAD_BOTTOM2TOP.
+ * An object without textures shows two wipes without a mask: GRAD_TOP2BOTTOM as its entry, and
+ * GRAD_BOTTOM2TOP as its exit.
  */
 #define ANIMATION_MAX_GRADUAL_TEXTURES 117
 typedef struct GraduallyDispLoop_animationpara {
@@ -479,14 +480,14 @@ typedef struct VideoGST_animationpara {
  * Use only one of the two ways for the life of an object. An object that changes from pixels to
  * ready textures never deletes the textures that it made for the pixels.
  *
- * An object deletes ready textures when it goes, and when pixels replace them. If another pair
- * replaces them, they are the application's again.
+ * An object deletes its ready textures when it goes, and when an update brings pixels instead. If
+ * an update brings another pair, the first pair is the application's again.
  */
 typedef struct BufferInfoRAW {
 	uint32_t width;   /* pixels; a row of either plane is read as this many bytes */
 	uint32_t height;  /* pixels */
 	uint32_t stride;  /* at least width; the second plane begins at praw + stride * height */
-	void *praw;       /* the pixels, or NULL; must stay valid until the next update or later */
+	void *praw;       /* the pixels, or NULL; valid until the object's next update or its end */
 	GLuint texids[2]; /* read if praw is NULL: a luminance and a luminance-alpha texture */
 } BufferInfoRAW;
 
@@ -537,7 +538,7 @@ typedef struct VideoRAW_animationpara {
 		}                                                                                          \
 	}
 
-/* A second picture would fade in within 25 frames. */
+/* Cross-fades in 25 frames, if the set has two pictures. */
 #define ANIMATION_BACKGROUND_INIT                                                                  \
 	{                                                                                              \
 		ANIMATION_STRIP_INIT, ANIMATION_TEXTURES_INIT, 25, UPD_ALL                                 \
@@ -618,8 +619,8 @@ unsigned int CreateAnimationObj(AnimationType type, void *para);
  *     map.update = UPD_COORDS;       // the textures stay
  *     UpdateAnimationObj(id, &map);
  *
- * Only the later of two updates between frames applies. UPD_MISC before the first frame cancels the
- * set-up, and the object shows nothing.
+ * If two updates come between two frames, only the later one has an effect. UPD_MISC before the
+ * object's first frame cancels the set-up, and the object shows nothing.
  *
  * For the loop types, the call writes the rest of the start delay into pre_frame of the
  * application's record. An unknown id is ignored, and so is a record that creation would refuse. If

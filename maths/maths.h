@@ -2,8 +2,9 @@
  * Matrices in single precision.
  *
  * A matrix is a float[4][4]. Pass it to glUniformMatrix4fv without a change. A point is a row
- * vector on the left of the matrix. m[3][0..2] is the translation. A function that changes a matrix
- * computes pMatrix = its own matrix x pMatrix. So the last call acts first on a point.
+ * vector on the left of the matrix. m[3][0..2] is the translation. myScale, myTranslate, myRotate,
+ * myPersp and myFrustum compute pMatrix = their own matrix x pMatrix. So the last call acts first
+ * on a point.
  *
  * All functions are pure. Any thread may call them. They allocate nothing and report nothing.
  */

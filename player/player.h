@@ -16,16 +16,17 @@
  * errors only as text.
  *
  * Threads. Any thread may call. Only one call of StartGSTPlay may run at a time. Each playback runs
- * a thread with a GLib main loop on the default main context. An application that runs its own loop
- * on that context shares the player's sources.
+ * a thread with a GLib main loop on the default main context. If an application runs a loop of its
+ * own on that context, either loop may run the handlers of the other.
  *
- * RTMP. Ending an RTMP playback shuts down the read side of connections to its server that were
- * opened during start or stop. Open none of your own then. If the server has hung up and the source
- * has connected again, this goes for all that were opened since the start. The player finds these
- * connections by the server's address and port. If the URI gives a host name, it finds them by the
- * port alone. A server that has sent 8 MB and nothing that belongs to a stream is hung up on, and
- * an error ends the playback, unless the source has connected again. The probe, this shutdown and
- * that limit do not work with descriptors of 1024 and above: keep fewer files open.
+ * RTMP. While an RTMP playback starts or stops, open no connection of your own to its server: the
+ * end of the playback shuts down the read side of all connections to the server that were opened in
+ * that time. If the server has hung up and the source has connected again, this goes for all that
+ * were opened since the start. The player finds them by the server's address and port, or by the
+ * port alone if the URI gives a host name. If a server has sent 8 MB and nothing of it belongs to a
+ * stream, the player closes the connection, and an error ends the playback, unless the source has
+ * connected again. All this and the probe work only with descriptors below 1024: keep fewer files
+ * open.
  */
 #ifndef ANIMATION_PLAYER_H
 #define ANIMATION_PLAYER_H
@@ -122,7 +123,7 @@ void StopGSTPlay(void);
 
 /* Pauses or resumes. A paused file plays on after about a millisecond: the sink gets its next video
  * frame, and the player then sets the pipeline to playing again. A live source also plays on if a
- * video frame was on its way. Otherwise it stays paused until GST_PLAY or the end. Without a
+ * video frame was on its way. If none was, it stays paused until GST_PLAY or the end. Without a
  * playback nothing happens. The call waits for a state change that is in progress. */
 void GSTplayControl(GSTControl order);
 
@@ -130,8 +131,8 @@ void GSTplayControl(GSTControl order);
  * not have reached an object. */
 gboolean IsFirstFrameStart(void);
 
-/* Returns TRUE while a pipeline is paused or playing. May wait up to one second for a state
- * change. */
+/* Returns TRUE while a pipeline is in READY, PAUSED or PLAYING. May wait up to one second for a
+ * state change. */
 gboolean IsGSTStatePlaying(void);
 
 /* Returns the position in the stream in milliseconds. During playback it is at most 30 ms old,

@@ -168,8 +168,8 @@ void DeInit(void);
 /*
  * ---- A compositor that is lost: the application --------------------------------------------
  *
- * If the compositor goes away or falls silent, the library prints nothing. Objects live on, and
- * nothing is shown. An application can notice by two signs. It looks for them about ten times a
+ * If the compositor goes away or falls silent, the library prints nothing. The objects stay on the
+ * list, and nothing is shown. Two signs tell an application. It looks for them about ten times a
  * second, on any thread, after Init has returned and before it calls DeInit:
  *
  *     bool lost = wl_display_get_error(p_gwindow->display->display) != 0;
@@ -189,9 +189,10 @@ void DeInit(void);
  * Then end the playback, if there is one, and call DeInit. Do not wait for objects to go. Do not
  * take g_mutex if the turns stand still, because the render thread may hold it.
  *
- * If a compositor accepts the connection and then says nothing, Init waits for as long as it is
- * silent, and uses no processor time. SIGINT and SIGTERM have the effect that they had before Init.
- * So install a handler that only sets a flag after Init has returned, or nothing can end the wait.
+ * If a compositor accepts the connection and then says nothing, Init waits for as long as the
+ * compositor is silent, and uses almost no processor time. During this wait SIGINT and SIGTERM have
+ * the effect that they had before Init. A handler that only sets a flag would not end the wait, so
+ * install it only after Init has returned.
  *
  * examples/watch.c does all of this.
  */
@@ -232,7 +233,7 @@ void create_surface(struct window *window);
 /* Makes an xdg_surface of the window's wl_surface. */
 void create_xdg_surface(struct window *window, struct display *display);
 
-/* Undo create_surface and create_xdg_surface, then init_egl. */
+/* destroy_surface undoes create_surface and create_xdg_surface. fini_egl then undoes init_egl. */
 void destroy_surface(struct window *window);
 void fini_egl(struct display *display);
 

@@ -97,8 +97,8 @@ TEST_F(TexturesTest, DecodesBeforeItTakesTheLock)
 		std::thread frame([&] {
 			const ListLock lock;
 			locked.release();
-			inotify_event event;
 			wait_until([&] {
+				inotify_event event;
 				while (read(watch, &event, sizeof(event)) == sizeof(event))
 					readings += event.mask == IN_CLOSE_NOWRITE;
 				return readings == c.readings;

@@ -196,6 +196,7 @@ void run_window(PreviewWindow &preview)
 		set_state(preview, State::failed);
 	}
 	destroy_view(view);
+	SDL_TLSCleanup(); /* what SDL keeps for a thread, it frees for its own threads alone */
 }
 
 } // namespace

@@ -33,6 +33,7 @@ bool list_has_only_videos()
 /* Generates one object; true if it is to be drawn. */
 bool generate(AnimationObj &obj, struct window *window)
 {
+	prefetch_object(obj.next);
 	const FrameObject in_turn(obj);
 	GenAnimationFrame(obj.objId, window);
 	return obj.renderobj->repaint;

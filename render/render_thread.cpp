@@ -23,7 +23,7 @@ struct window *p_gwindow;
 namespace
 {
 
-constexpr double kVersion = 2.851;
+constexpr double kVersion = PRINTED_VERSION; /* from the project's version in meson.build */
 constexpr int kBufferSize = 32;
 constexpr useconds_t kTurnSleep = 20000;    /* microseconds */
 constexpr useconds_t kStartInterval = 1000; /* between two looks of Init */

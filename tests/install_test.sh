@@ -118,14 +118,60 @@ start_values() { # COMPILER STANDARD
 		./start_values
 }
 
-# Nothing installed looks for libraries in a folder of the build.
-no_run_paths() {
+# Nothing installed looks for libraries in a folder of the build: a library nowhere, a program below
+# its own prefix.
+run_paths() {
 	find "$stage" -type f \( -name 'lib*.so*' -o -perm -u+x \) >installed
 	grep -q animation-play installed || return
 	while read -r file; do
-		readelf -dW "$file" | grep -E 'R(UN)?PATH' && echo "in $file" && return 1
+		readelf -dW "$file" | grep -E 'R(UN)?PATH' >run-path || continue
+		case $file in
+		*/bin/*) grep -qF "[\$ORIGIN/../${library##*/local/}]" run-path && continue ;;
+		esac
+		echo "in $file" && cat run-path && return 1
 	done <installed
-	return 0
+}
+
+# As a user's own prefix may: from its own place, and nothing told to the loader.
+showcase() {
+	host=$(find "$stage" -name animation-host)
+	timeout 60 "$host" --frames 12 --snapshot 12=showcase.png -- "${host%host}play" \
+		"$(find "$stage" -path '*/scenes/showcase.json')" 2>errors
+	[ ! -s errors ] || ! cat errors || return
+	pixel_is showcase.png 12 12 "$1" "$2" "$3"
+}
+
+application() { # FOLDER: where both examples' sources lie below the name of their build system
+	mkdir -p "$1/subprojects"
+	cp "$source/examples/minimal.c" "$source/examples/gauge.cpp" "$1"
+	# The lines below this application's name in the README.
+	sed -n "\|^    # $1/$2\$|,/^\$/s/^    //p" "$source/README.md" >"$1/$2"
+	[ -s "$1/$2" ]
+}
+
+# Both examples, built, start and end as they should.
+examples_run() { # FOLDER
+	./"$1"/minimal 2>usage
+	grep -q '^usage: minimal' usage && timeout 60 "$(find "$stage" -name animation-host)" -- "$1/gauge" 1
+}
+
+by_cmake() {
+	application by-cmake CMakeLists.txt &&
+		cmake -S by-cmake -B by-cmake/build "-Danimation_DIR=$(dirname \
+			"$(find "$stage" -name animationConfig.cmake)")" -DCMAKE_CXX_FLAGS='-Wall -Werror' &&
+		cmake --build by-cmake/build && examples_run by-cmake/build
+}
+
+# Also into a prefix of one's own, without root: masks and all.
+by_subproject() {
+	own=$work/own
+	application by-subproject meson.build && application by-subproject subprojects/animation.wrap &&
+		ln -s "$source" by-subproject/subprojects/animation &&
+		meson setup by-subproject/build by-subproject --prefix="$own" -Dwerror=true \
+			-Danimation:mask_dir=share/animation/masks &&
+		meson install -C by-subproject/build && examples_run by-subproject/build &&
+		[ -s "$own/share/animation/masks/GL.bmp" ] &&
+		grep -qF "$own/share/animation/masks/" "$(find "$own" -name libanimation.so)"
 }
 
 readme_quotes_example() {
@@ -149,5 +195,8 @@ check 'a C++ program' program 'c++ -std=c++20' \
 	gauge.cpp 5 '576 288 0 0 0' '1330 288 20 100 40'
 check "the README's program is examples/minimal.c" readme_quotes_example
 check 'exported symbols' exports_are_the_headers
-check 'no run paths' no_run_paths
+check 'run paths' run_paths
+check 'the installed showcase' showcase 43 40 89
+check 'the examples by CMake' by_cmake
+check 'the examples as a subproject' by_subproject
 echo "1..$number"

@@ -72,7 +72,7 @@ std::vector<std::uint8_t> picture_of(const OffscreenWindow &offscreen, Draw draw
 	draw();
 	OffscreenPicture picture;
 	read_picture(offscreen, &picture);
-	return picture.rgba;
+	return picture.bgra;
 }
 
 template <class Draw>

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <cstring>
 
 #include <EGL/eglext.h>
 
@@ -62,6 +63,9 @@ const char *open_egl(OffscreenWindow &offscreen)
 	offscreen.window.egl_surface = surface;
 	if (!eglMakeCurrent(egl.dpy, surface, surface, egl.ctx))
 		return "EGL does not make the context current";
+	const auto *extensions = reinterpret_cast<const char *>(glGetString(GL_EXTENSIONS));
+	if (!extensions || !std::strstr(extensions, "GL_EXT_read_format_bgra"))
+		return "OpenGL ES does not give pixels as the surface holds them";
 	return nullptr;
 }
 
@@ -135,9 +139,9 @@ void read_picture(const OffscreenWindow &offscreen, OffscreenPicture *picture)
 	picture->width = 2 * offscreen.window.geometry.width;
 	picture->height = offscreen.window.geometry.height;
 	const std::size_t stride = static_cast<std::size_t>(picture->width) * 4;
-	picture->rgba.resize(stride * picture->height);
-	std::uint8_t *top = picture->rgba.data();
-	glReadPixels(0, 0, picture->width, picture->height, GL_RGBA, GL_UNSIGNED_BYTE, top);
+	picture->bgra.resize(stride * picture->height);
+	std::uint8_t *top = picture->bgra.data();
+	glReadPixels(0, 0, picture->width, picture->height, GL_BGRA_EXT, GL_UNSIGNED_BYTE, top);
 
 	/* GL gives the bottom row first. */
 	std::uint8_t *bottom = top + stride * (picture->height - 1);

@@ -28,16 +28,12 @@ struct OffscreenWindowCloser {
 };
 using OffscreenWindowPtr = std::unique_ptr<OffscreenWindow, OffscreenWindowCloser>;
 
-/* The pixels of both viewports: bytes R, G, B, A, the top row first, no gap between rows. */
+/* The pixels of both viewports: bytes B, G, R, A as the surface holds them, the top row first, no
+ * gap between rows. */
 struct OffscreenPicture {
 	int width = 0;
 	int height = 0;
-	std::vector<std::uint8_t> rgba;
-
-	const std::uint8_t *pixel(int x, int y) const
-	{
-		return &rgba[(static_cast<std::size_t>(y) * width + x) * 4];
-	}
+	std::vector<std::uint8_t> bgra;
 };
 
 /*
@@ -54,6 +50,14 @@ OffscreenWindowPtr open_offscreen_window(std::string *error);
 /* Runs one turn of the render loop. Returns true if it swapped. If not, a viewer still sees what
  * was swapped last, and read_picture must not be called. */
 bool draw_turn(OffscreenWindow &offscreen);
+
+/*
+ * As draw_turn, without drawing: generators, uploads and counters do all that they do in a drawn
+ * turn, but nothing is rasterised and nothing is swapped. So turns can be passed over cheaply, and
+ * a turn that is drawn after them shows what it shows after drawn ones, bit for bit. Returns true
+ * if draw_turn would have swapped. The surface then holds no picture until draw_turn swaps.
+ */
+bool skip_turn(OffscreenWindow &offscreen);
 
 /* Reads the pixels that the last turn swapped. The vector of *picture is used again. */
 void read_picture(const OffscreenWindow &offscreen, OffscreenPicture *picture);

@@ -21,6 +21,7 @@ struct Arguments {
 	bool offline = false;
 	bool has_sinks = false;
 	SinkArguments sinks;
+	Stretch stretch;
 	std::string scene;
 };
 
@@ -34,10 +35,22 @@ void print_usage(FILE *stream)
 	    "Without --offline the scene plays on the Wayland display of the environment;\n"
 	    "animation-host offers one. With it, every frame goes to these, without waiting:\n"
 	    "%s"
+	    "  --from N, --to N      only the frames from N on, or up to N, counted from 1 in the whole\n"
+	    "                        scene: those before are run, but not drawn\n"
 	    "\n"
 	    "The exit status is 0 for a scene that was played, to its end or to SIGINT or SIGTERM; 1 if\n"
 	    "something failed while playing; 2 for a scene or arguments that are wrong.\n",
 	    kSinkUsage);
+}
+
+/* Where the number of this option goes; NULL for any other. */
+std::uint64_t *count_of(std::string_view option, Arguments *arguments)
+{
+	if (option == "--from")
+		return &arguments->stretch.from;
+	if (option == "--to")
+		return &arguments->stretch.to;
+	return nullptr;
 }
 
 /* Empty if all is well. */
@@ -59,7 +72,13 @@ std::string take_arguments(int argc, char **argv, Arguments *arguments)
 		case ArgumentResult::not_ours:
 			break;
 		}
-		if (std::strcmp(argv[i], "--offline") == 0)
+		if (std::uint64_t *const count = count_of(argv[i], arguments)) {
+			const std::string option = argv[i];
+			const std::string value = ++i < argc ? argv[i] : "";
+			if (!parse_count(value, count))
+				return option + " wants a number from 1 up, not \"" + value + "\"";
+			arguments->has_sinks = true;
+		} else if (std::strcmp(argv[i], "--offline") == 0)
 			arguments->offline = true;
 		else if (argv[i][0] == '-' || !arguments->scene.empty())
 			return std::string("unexpected argument ") + argv[i];
@@ -82,19 +101,38 @@ void fix_paths(SinkOptions *sinks)
 		snapshot.path = std::filesystem::absolute(snapshot.path);
 }
 
-int play(const Arguments &arguments)
+/* Cut to the scene's length. */
+Stretch stretch_of(const Arguments &arguments, const Scene &scene)
 {
-	const Scene scene = read_scene(arguments.scene);
-	if (arguments.offline && has_stream(scene))
+	Stretch stretch = arguments.stretch;
+	for (const std::uint64_t end : {arguments.sinks.frames, std::uint64_t{scene.frames}})
+		stretch.to = stretch.to == 0 || (end != 0 && end < stretch.to) ? end : stretch.to;
+	if (stretch.from > stretch.to)
+		throw SceneError(arguments.scene + ": expected a first frame from 1 to " +
+		                 std::to_string(stretch.to) + ", found " + std::to_string(stretch.from));
+	return stretch;
+}
+
+bool play_offline(const Arguments &arguments, const Scene &scene, std::string *error)
+{
+	if (has_stream(scene))
 		throw SceneError(
 		    arguments.scene +
 		    ": expected a scene without streams, which go by the clock, for --offline");
+	Stretch stretch = stretch_of(arguments, scene);
+	if (stretch.from > 1)
+		return play_stretch_offline(scene, arguments.sinks, stretch);
+	return play_offline(scene, arguments.sinks, &stretch, error) == Played::whole;
+}
+
+int play(const Arguments &arguments)
+{
+	const Scene scene = read_scene(arguments.scene);
 	std::string error;
-	const bool played =
-	    arguments.offline ? play_offline(scene, arguments.sinks, &error) : play_live(scene, &error);
-	if (played)
+	if (arguments.offline ? play_offline(arguments, scene, &error) : play_live(scene, &error))
 		return 0;
-	std::fprintf(stderr, "animation-play: %s\n", error.c_str());
+	if (!error.empty())
+		std::fprintf(stderr, "animation-play: %s\n", error.c_str());
 	return kFailed;
 }
 

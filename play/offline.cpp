@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstdio>
 
 #include <sinks/picture.h>
@@ -10,65 +9,88 @@
 namespace
 {
 
-/* The sinks take B, G, R. */
-void swap_red_and_blue(OffscreenPicture *picture)
+/* The surface as a viewer sees it. */
+struct View {
+	OffscreenPicture picture;
+	std::uint64_t swapped = 0; /* by which frame; 0: by none so far */
+	bool is_read = true;       /* the picture is that of the last swap */
+};
+
+View blank_view()
 {
-	for (std::size_t i = 0; i < picture->rgba.size(); i += 4)
-		std::swap(picture->rgba[i], picture->rgba[i + 2]);
+	View view;
+	view.picture.width = kSurfaceWidth;
+	view.picture.height = kSurfaceHeight;
+	view.picture.bgra.resize(static_cast<std::size_t>(kSurfaceWidth) * kSurfaceHeight * 4);
+	return view;
 }
 
 bool show(Sinks &sinks, const OffscreenPicture &picture)
 {
-	return show_picture(sinks, {.pixels = picture.rgba.data(),
+	return show_picture(sinks, {.pixels = picture.bgra.data(),
 	                               .width = picture.width,
 	                               .height = picture.height,
 	                               .stride = static_cast<std::size_t>(picture.width) * 4});
 }
 
-bool play_turns(
-    OffscreenWindow &window, Stage &stage, Sinks &sinks, std::uint64_t turns, std::string *error)
+void take_turn(OffscreenWindow &window, std::uint64_t number, const Stretch &stretch, View *view)
 {
-	OffscreenPicture picture;
-	picture.width = kSurfaceWidth;
-	picture.height = kSurfaceHeight;
-	picture.rgba.resize(static_cast<std::size_t>(kSurfaceWidth) * kSurfaceHeight * 4);
-	for (std::uint32_t frame = 0; frame < turns; ++frame) {
-		if (!play_steps(stage, frame, error))
-			return false;
-		if (draw_turn(window)) {
-			read_picture(window, &picture);
-			swap_red_and_blue(&picture);
+	const bool is_seen = number >= stretch.from || number == stretch.standing;
+	if (!(is_seen ? draw_turn(window) : skip_turn(window)))
+		return;
+	view->swapped = number;
+	view->is_read = is_seen;
+	if (is_seen)
+		read_picture(window, &view->picture);
+}
+
+Played play_turns(
+    OffscreenWindow &window, Stage &stage, Sinks &sinks, Stretch *stretch, std::string *error)
+{
+	View view = blank_view();
+	for (std::uint64_t number = 1; number <= stretch->to; ++number) {
+		if (!play_steps(stage, static_cast<std::uint32_t>(number - 1), error))
+			return Played::failed;
+		take_turn(window, number, *stretch, &view);
+		if (number < stretch->from)
+			continue;
+		if (!view.is_read) {
+			stretch->standing = view.swapped;
+			return Played::again;
 		}
-		if (!show(sinks, picture))
-			return true; /* finish_sinks tells why */
+		if (!show(sinks, view.picture))
+			break; /* finish_sinks tells why */
 	}
-	return true;
+	return Played::whole;
 }
 
 } // namespace
 
-bool play_offline(const Scene &scene, const SinkArguments &arguments, std::string *error)
+Played play_offline(
+    const Scene &scene, const SinkArguments &arguments, Stretch *stretch, std::string *error)
 {
-	const SinksPtr sinks =
-	    open_sinks(arguments.sinks, kSurfaceWidth, kSurfaceHeight, scene.title, error);
+	SinkOptions options = arguments.sinks;
+	options.first = stretch->from;
+	const SinksPtr sinks = open_sinks(options, kSurfaceWidth, kSurfaceHeight, scene.title, error);
 	if (!sinks)
-		return false;
+		return Played::failed;
 	const OffscreenWindowPtr window = open_offscreen_window(error);
 	if (!window)
-		return false;
+		return Played::failed;
 
-	const std::uint64_t turns =
-	    arguments.frames ? std::min<std::uint64_t>(arguments.frames, scene.frames) : scene.frames;
 	Stage stage;
-	const bool played =
-	    open_stage(&stage, scene, error) && play_turns(*window, stage, *sinks, turns, error);
+	const Played played = open_stage(&stage, scene, error)
+	                          ? play_turns(*window, stage, *sinks, stretch, error)
+	                          : Played::failed;
 	clear_stage(stage);
 	while (animationItemHead)
 		draw_turn(*window);
 	close_stage(stage);
-	if (!played || !finish_sinks(*sinks, error))
-		return false;
+	if (played != Played::whole)
+		return played;
+	if (!finish_sinks(*sinks, error))
+		return Played::failed;
 	if (!error->empty()) /* what a closed window kept from coming */
 		std::fprintf(stderr, "animation-play: %s\n", error->c_str());
-	return true;
+	return Played::whole;
 }

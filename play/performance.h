@@ -1,16 +1,39 @@
-/* Two ways to play a scene from its first frame to its last. */
+/* Two ways to play a scene: offline, wholly or in part, and live. */
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include <sinks/sink_arguments.h>
 
 #include <play/scene.h>
 
-/* Turn by turn on an offscreen window, without waiting: each turn gives the sinks one picture, that
- * of frame n being picture n + 1. Where a turn draws nothing, the picture before it stands. False
- * with *error set. */
-bool play_offline(const Scene &scene, const SinkArguments &arguments, std::string *error);
+/* The part of a scene that is drawn. Frames are counted from 1 here, as those of sinks. */
+struct Stretch {
+	std::uint64_t from = 1;
+	std::uint64_t to = 0;
+	/* The last frame before the stretch that swapped, whose picture stands until the stretch swaps
+	 * one; 0: not known. */
+	std::uint64_t standing = 0;
+};
+
+enum class Played {
+	whole,
+	failed,
+	again, /* stretch->standing is known now and has to be drawn: play again in a new process */
+};
+
+/* Turn by turn on an offscreen window, without waiting: each turn of the stretch gives the sinks
+ * one picture. Where a turn draws nothing, the picture before it stands. The turns before the
+ * stretch are skipped. *error is set for failed only.
+ *
+ * Once in a process: the library's random blocks differ in a second run. */
+Played play_offline(
+    const Scene &scene, const SinkArguments &arguments, Stretch *stretch, std::string *error);
+
+/* The same in a process of its own, or in two: for a stretch that does not begin with the scene. To
+ * be called while this process has one thread. That process says why if it fails. */
+bool play_stretch_offline(const Scene &scene, const SinkArguments &arguments, Stretch stretch);
 
 /* On the Wayland display that the environment names, at the library's own pace; to the end of the
  * scene, or until SIGINT or SIGTERM. False with *error set. */

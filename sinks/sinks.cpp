@@ -7,18 +7,22 @@
 struct Sinks {
 	int width;
 	int height;
+	std::uint64_t before; /* surface buffers that come to nobody here */
 	PreviewWindowPtr window;
 	std::vector<Snapshot> snapshots; /* not yet taken */
 	RecorderPtr recorder;
-	std::uint64_t pictures = 0;
-	bool closed = false; /* by the user */
-	std::string failure; /* of the first sink that failed */
+	std::uint64_t pictures; /* number of the last one */
+	bool closed = false;    /* by the user */
+	std::string failure;    /* of the first sink that failed */
 };
 
 SinksPtr open_sinks(
     const SinkOptions &options, int width, int height, const std::string &title, std::string *error)
 {
-	SinksPtr sinks(new Sinks{.width = width, .height = height});
+	SinksPtr sinks(new Sinks{.width = width,
+	    .height = height,
+	    .before = options.first - 1,
+	    .pictures = options.first - 1});
 	if (options.window) {
 		sinks->window = open_preview_window(title, width, height, error);
 		if (!sinks->window)
@@ -95,7 +99,7 @@ bool finish_sinks(Sinks &sinks, std::string *report)
 	bool complete = sinks.failure.empty();
 	std::string reason;
 	if (sinks.recorder && !finish_recording(*sinks.recorder, &reason))
-		complete = complete && sinks.closed && sinks.pictures == 0;
+		complete = complete && sinks.closed && sinks.pictures == sinks.before;
 	sinks.recorder.reset();
 	add(reason);
 	if (!sinks.snapshots.empty())

@@ -25,7 +25,8 @@ struct Snapshot {
 
 struct SinkOptions {
 	bool window = false;
-	std::string record; /* MP4 file; empty: no recording */
+	std::uint64_t first = 1; /* number of the surface buffer that comes first */
+	std::string record;      /* MP4 file; empty: no recording */
 	std::vector<Snapshot> snapshots;
 };
 

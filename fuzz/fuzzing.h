@@ -11,12 +11,16 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
-/* A window on bench/null_gl with its checks on, opened by the first call and never closed. The
- * rate-limited reports are off, or writing them would be most of the work. */
+/* A window on the watched GL, opened by the first call and never closed. The rate-limited reports
+ * are off, or writing them would be most of the work. */
 OffscreenWindow &fuzz_window();
 
 /* Puts the input into a file and returns the file's path, the same one each time. */
 const char *input_file(const std::uint8_t *data, std::size_t size);
+
+/* ---- By watch_null_gl.cpp, or by bench/watch_llvmpipe.cpp for the soak ----------------------- */
+
+void watch_gl(); /* before the first call of GL */
 
 std::size_t textures_alive();
 

@@ -85,6 +85,13 @@ void surface_attach(
 	wl_resource_add_destroy_listener(buffer, &surface->buffer_gone);
 }
 
+/* libwayland lets rows overlap, so that the last one may end behind the client's memory. */
+bool has_whole_rows(wl_shm_buffer *buffer)
+{
+	constexpr int kBytesPerPixel = 4; /* in all the formats that are offered */
+	return wl_shm_buffer_get_stride(buffer) / kBytesPerPixel >= wl_shm_buffer_get_width(buffer);
+}
+
 void hand_over(Compositor &compositor, wl_shm_buffer *buffer)
 {
 	wl_shm_buffer_begin_access(buffer); /* a client may shrink its file under us */
@@ -107,7 +114,10 @@ void surface_commit(wl_client *, wl_resource *resource)
 	Compositor &compositor = *surface->compositor;
 	if (wl_resource *buffer = surface->buffer) {
 		wl_shm_buffer *memory = wl_shm_buffer_get(buffer);
-		if (memory && surface->window)
+		if (memory && !has_whole_rows(memory))
+			wl_resource_post_error(
+			    buffer, WL_SHM_ERROR_INVALID_STRIDE, "a row is longer than the stride");
+		else if (memory && surface->window)
 			hand_over(compositor, memory);
 		wl_buffer_send_release(buffer);
 		forget_buffer(*surface);

@@ -3,6 +3,11 @@
 #include <ctime>
 #include <thread>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <wayland-client.h>
+
 #include "../support/caught.h"
 #include "../support/program.h"
 #include "system_test.h"
@@ -97,6 +102,31 @@ TEST_F(LifeCycleTest, StopsOnTheFirstInterrupt)
 	init();
 	show_and_await(kGreen);
 	remove_all();
+}
+
+/* libwayland takes such a buffer, whose last row ends behind the client's memory. */
+TEST_F(LifeCycleTest, MeetsACompositorThatReadsNoOverlappingRows)
+{
+	constexpr int kWidth = 2304, kHeight = 576, kSize = kWidth * kHeight;
+	start_compositor();
+	wl_display *client = wl_display_connect(nullptr);
+	wl_registry *registry = wl_display_get_registry(client);
+	const auto bind = [registry](int name, const wl_interface *interface) {
+		return wl_registry_bind(registry, name, interface, 1);
+	};
+	auto *surfaces = static_cast<wl_compositor *>(bind(1, &wl_compositor_interface));
+	auto *memory = static_cast<wl_shm *>(bind(2, &wl_shm_interface));
+	wl_surface *surface = wl_compositor_create_surface(surfaces);
+	const int fd = memfd_create("short", MFD_CLOEXEC);
+	ASSERT_EQ(ftruncate(fd, kSize), 0);
+	wl_buffer *buffer = wl_shm_pool_create_buffer(wl_shm_create_pool(memory, fd, kSize), 0, kWidth,
+	    kHeight, kSize / kHeight, WL_SHM_FORMAT_XRGB8888);
+	wl_surface_attach(surface, buffer, 0, 0);
+	wl_surface_commit(surface);
+	EXPECT_EQ(wl_display_roundtrip(client), -1);
+	EXPECT_EQ(wl_display_get_protocol_error(client, nullptr, nullptr), WL_SHM_ERROR_INVALID_STRIDE);
+	wl_display_disconnect(client);
+	close(fd);
 }
 
 TEST_F(LifeCycleTest, EndsTheProcessThatCannotStartUp)

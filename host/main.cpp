@@ -8,6 +8,7 @@
 
 #include <host/child.h>
 #include <host/session.h>
+#include <sinks/standard_descriptors.h>
 
 namespace
 {
@@ -47,6 +48,7 @@ int run(int argc, char **argv)
 {
 	SessionOptions options = {};
 	options.descriptors = open_descriptors();
+	occupy_standard_descriptors();
 	int index = 1;
 	while (index < argc && strcmp(argv[index], "--") != 0) {
 		std::string error;

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <play/performance.h>
+#include <sinks/standard_descriptors.h>
 
 namespace
 {
@@ -175,6 +176,7 @@ void end_without_memory()
 
 int main(int argc, char **argv)
 {
+	occupy_standard_descriptors();
 	std::set_new_handler(end_without_memory);
 	try {
 		return run(argc, argv);

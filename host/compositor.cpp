@@ -4,7 +4,9 @@
 #include <cstring>
 #include <utility>
 
+#include <fcntl.h>
 #include <sys/eventfd.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <host/compositor_state.h>
@@ -96,6 +98,30 @@ bool space_global_out(const wl_client *client, const wl_global *, void *data)
 	return true;
 }
 
+/* ---- Arrivals ---- */
+
+/* Without a descriptor to spare a client can be neither accepted nor refused. It would wait for
+ * ever, and wake us all the time. */
+void turn_away(Compositor &compositor)
+{
+	close(compositor.spare_fd);
+	const int client = accept4(compositor.socket.fd, nullptr, nullptr, SOCK_CLOEXEC);
+	if (client >= 0)
+		close(client);
+	compositor.spare_fd = open("/dev/null", O_RDONLY | O_CLOEXEC);
+}
+
+int receive_client(int fd, std::uint32_t, void *data)
+{
+	auto *compositor = static_cast<Compositor *>(data);
+	const int client = accept4(fd, nullptr, nullptr, SOCK_CLOEXEC);
+	if (client < 0 && (errno == EMFILE || errno == ENFILE))
+		turn_away(*compositor);
+	else if (client >= 0 && !wl_client_create(compositor->display, client))
+		close(client);
+	return 0;
+}
+
 /* ---- Life ---- */
 
 bool create_display(Compositor &compositor)
@@ -115,10 +141,10 @@ bool create_display(Compositor &compositor)
 	if (!compositor.wakeup || !compositor.logger || !create_surface_globals(compositor) ||
 	    (compositor.options.offer_shell && !create_shell_global(compositor)))
 		return false;
-	if (wl_display_add_socket_fd(compositor.display, compositor.socket.fd) != 0)
-		return false;
-	compositor.socket.fd = -1; /* the display's from here on */
-	return true;
+	compositor.spare_fd = open("/dev/null", O_RDONLY | O_CLOEXEC);
+	compositor.arrivals = wl_event_loop_add_fd(wl_display_get_event_loop(compositor.display),
+	    compositor.socket.fd, WL_EVENT_READABLE, receive_client, &compositor);
+	return compositor.spare_fd >= 0 && compositor.arrivals;
 }
 
 } // namespace
@@ -149,14 +175,14 @@ void CompositorDeleter::operator()(Compositor *compositor) const
 		wl_display_destroy_clients(compositor->display);
 		if (compositor->logger)
 			wl_protocol_logger_destroy(compositor->logger);
-		if (compositor->wakeup)
-			wl_event_source_remove(compositor->wakeup);
+		for (wl_event_source *source : {compositor->wakeup, compositor->arrivals})
+			if (source)
+				wl_event_source_remove(source);
 		wl_display_destroy(compositor->display);
 	}
-	if (compositor->wakeup_fd >= 0)
-		close(compositor->wakeup_fd);
-	if (compositor->socket.fd >= 0)
-		close(compositor->socket.fd);
+	for (const int fd : {compositor->wakeup_fd, compositor->spare_fd, compositor->socket.fd})
+		if (fd >= 0)
+			close(fd);
 	remove_private_folder(&compositor->socket);
 	delete compositor;
 }

@@ -30,8 +30,10 @@ struct Compositor {
 	wl_display *display = nullptr;
 	wl_protocol_logger *logger = nullptr;
 	wl_event_source *wakeup = nullptr;
+	wl_event_source *arrivals = nullptr;
 	wl_global *output = nullptr;
 	int wakeup_fd = -1;
+	int spare_fd = -1; /* given up to turn a client away */
 
 	/* Of the compositor's thread. */
 	wl_list shells; /* those whose version was agreed on */

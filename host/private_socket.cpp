@@ -126,8 +126,9 @@ void remove_private_folder(PrivateSocket *socket)
 {
 	if (socket->folder.empty())
 		return;
-	std::error_code ignored; /* a folder that is gone already is as good */
-	fs::remove_all(socket->folder, ignored);
+	std::error_code ignored;                  /* a folder that is gone already is as good */
+	if (!fs::remove(socket->folder, ignored)) /* the one way without a descriptor to spare */
+		fs::remove_all(socket->folder, ignored);
 	socket->folder.clear();
 	if (socket->lock >= 0)
 		close(socket->lock);

@@ -7,7 +7,7 @@
 struct PrivateSocket {
 	std::string folder; /* new, for this user only; empty: not made */
 	std::string name;   /* of the socket in the folder */
-	int fd = -1;        /* the listener owns it */
+	int fd = -1;        /* listens */
 	int lock = -1;      /* held on the folder while its owner lives */
 };
 

@@ -1,11 +1,16 @@
 #include <sinks/recorder.h>
 
+#include <cerrno>
 #include <cstring>
+#include <filesystem>
+
+#include <unistd.h>
 
 #include <gst/app/gstappsrc.h>
 #include <gst/gst.h>
 #include <gst/video/video.h>
 
+#include <sinks/open_at_once.h>
 #include <sinks/unfinished_file.h>
 
 namespace
@@ -24,6 +29,10 @@ constexpr char kPipeline[] =
 constexpr guint64 kMostWaiting = 4; /* surface buffers of 5 MB */
 constexpr GstClockTime kFrameTime = GST_SECOND / kPicturesPerSecond;
 constexpr GstClockTime kLongestEnd = 60 * GST_SECOND;
+
+/* Without room for a picture, counted in looks, so that a process that was stopped goes on. */
+constexpr GstClockTime kLookInterval = 2 * GST_MSECOND;
+constexpr int kMostLooks = 10 * GST_SECOND / kLookInterval;
 
 struct Unref {
 	void operator()(void *object) const
@@ -50,6 +59,7 @@ struct Recorder {
 	std::size_t row_size;
 	int height;
 	guint64 pictures = 0;
+	bool stands_still = false;
 };
 
 namespace
@@ -124,6 +134,25 @@ void copy_rows(const Recorder &recorder, const Picture &picture, unsigned char *
 		    target + y * recorder.row_size, picture.pixels + y * picture.stride, recorder.row_size);
 }
 
+bool start_pipeline(Recorder &recorder, std::string *error)
+{
+	/* Held until the pipeline has opened the file itself, or a pipe's reader would see an end. */
+	std::error_code ignored;
+	const bool is_fifo = std::filesystem::is_fifo(recorder.path, ignored);
+	const int fifo = is_fifo ? open_at_once(recorder.path.c_str(), 0) : -1;
+	if (is_fifo && fifo < 0) {
+		*error = "cannot record to " + recorder.path + ": " + strerror(errno);
+		return false;
+	}
+	const bool started = gst_element_set_state(recorder.pipeline.get(), GST_STATE_PLAYING) !=
+	                     GST_STATE_CHANGE_FAILURE;
+	if (fifo >= 0)
+		close(fifo);
+	if (!started && !has_failed(recorder, 0, error))
+		*error = "cannot record to " + recorder.path + ": the encoder does not start";
+	return started;
+}
+
 } // namespace
 
 RecorderPtr open_recorder(const std::string &path, int width, int height, std::string *error)
@@ -137,24 +166,34 @@ RecorderPtr open_recorder(const std::string &path, int width, int height, std::s
 		*error = "cannot record to " + path + ": no memory for frames";
 		return nullptr;
 	}
-	if (gst_element_set_state(recorder->pipeline.get(), GST_STATE_PLAYING) ==
-	    GST_STATE_CHANGE_FAILURE) {
-		if (!has_failed(*recorder, 0, error))
-			*error = "cannot record to " + path + ": the encoder does not start";
+	if (!start_pipeline(*recorder, error))
 		return nullptr;
-	}
 	return recorder;
 }
 
+namespace
+{
+
+/* An encoder that has ended must not hold us, nor one that waits for a slow reader or a thread. */
+bool await_room(Recorder &recorder, std::string *error)
+{
+	for (int looks = 0; looks < kMostLooks; looks++) {
+		if (has_failed(recorder, looks ? kLookInterval : 0, error))
+			return false;
+		if (gst_app_src_get_current_level_buffers(recorder.source.get()) < kMostWaiting)
+			return true;
+	}
+	recorder.stands_still = true;
+	*error = "cannot record to " + recorder.path + ": the encoder stands still";
+	return false;
+}
+
+} // namespace
+
 bool record_picture(Recorder &recorder, const Picture &picture, std::string *error)
 {
-	GstClockTime wait = 0;
-	do {
-		if (has_failed(recorder, wait, error)) /* an encoder that has ended must not hold us */
-			return false;
-		wait = 2 * GST_MSECOND;
-	} while (gst_app_src_get_current_level_buffers(recorder.source.get()) >= kMostWaiting);
-
+	if (!await_room(recorder, error))
+		return false;
 	GstBuffer *buffer = nullptr;
 	GstMapInfo map;
 	if (gst_buffer_pool_acquire_buffer(recorder.pool.get(), &buffer, nullptr) != GST_FLOW_OK ||
@@ -184,6 +223,7 @@ bool finish_recording(Recorder &recorder, std::string *error)
 	    static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR)));
 	if (end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS)
 		return true;
+	recorder.stands_still = !end;
 	*error = "cannot record to " + recorder.path + ": " +
 	         (end ? reason_of(end.get()) : "the encoder does not end");
 	return false;
@@ -191,6 +231,8 @@ bool finish_recording(Recorder &recorder, std::string *error)
 
 void RecorderDeleter::operator()(Recorder *recorder) const
 {
+	if (recorder->stands_still)
+		(void)recorder->pipeline.release(); /* to stop it would be to wait for it */
 	if (recorder->pipeline)
 		gst_element_set_state(recorder->pipeline.get(), GST_STATE_NULL);
 	if (recorder->pool)

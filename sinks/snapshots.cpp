@@ -6,9 +6,10 @@
 #include <filesystem>
 #include <memory>
 
-#include <fcntl.h>
 #include <png.h>
 #include <unistd.h>
+
+#include <sinks/open_at_once.h>
 
 namespace fs = std::filesystem;
 
@@ -51,8 +52,8 @@ FilePtr open_target(const Target &target)
 		errno = EISDIR;
 		return nullptr;
 	}
-	const int fd = open(target.written.c_str(),
-	    O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | (target.name.empty() ? 0 : O_NOFOLLOW), 0666);
+	const int fd = open_at_once(
+	    target.written.c_str(), O_CREAT | O_TRUNC | (target.name.empty() ? 0 : O_NOFOLLOW));
 	return FilePtr(fd < 0 ? nullptr : fdopen(fd, "w"));
 }
 

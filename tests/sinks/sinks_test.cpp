@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include <SDL.h>
+#include <sys/stat.h>
 
 #include <files.h>
 #include <pipeline.h>
@@ -88,6 +89,16 @@ TEST_F(SinksTest, TellsOfFailuresOnTheWay)
 		EXPECT_FALSE(finish_sinks(*sinks, &error));
 		EXPECT_NE(error.find("No space left"), std::string::npos) << error;
 		EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+	}
+
+	/* Nobody reads it: to wait for a reader would be for ever. */
+	const std::string pipe = folder / "pipe";
+	ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+	EXPECT_FALSE(open({.record = pipe}));
+	EXPECT_EQ(error, "cannot record to " + pipe + ": No such device or address");
+	{
+		SinksPtr sinks = open({.snapshots = {{1, pipe}}});
+		EXPECT_FALSE(show_picture(*sinks, picture(1)));
 	}
 
 	const std::string empty = folder.path / "empty.mp4";

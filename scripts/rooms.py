@@ -21,7 +21,7 @@ OFFERED = {
     "player": ["player.h"],
     "masks": [],
     "offscreen": ["offscreen_window.h"],
-    "sinks": ["picture.h", "sinks.h", "sink_arguments.h"],
+    "sinks": ["picture.h", "sinks.h", "sink_arguments.h", "standard_descriptors.h"],
     "device": [],
     "host": ["compositor.h"],
     "play": [],

@@ -28,7 +28,8 @@ def broken_links(document: pathlib.Path) -> list[str]:
     return faults
 
 
-documents = [d for d in sorted(ROOT.rglob("*.md")) if not d.relative_to(ROOT).parts[0].startswith("build")]
+folders = [d for d in sorted(ROOT.iterdir()) if d.is_dir() and not d.name.startswith(("build", "."))]
+documents = sorted(ROOT.glob("*.md")) + [d for folder in folders for d in sorted(folder.rglob("*.md"))]
 faults = [fault for document in documents for fault in broken_links(document)]
 print("\n".join(faults))
 sys.exit(1 if faults else 0)

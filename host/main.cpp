@@ -71,7 +71,6 @@ int run(int argc, char **argv)
 		return refuse("no program is named after --");
 	options.program = argv + index + 1;
 
-	block_session_signals();
 	return run_session(options);
 }
 

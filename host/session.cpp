@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include <sys/signalfd.h>
 #include <sys/wait.h>
@@ -14,6 +15,7 @@
 #include <host/child.h>
 #include <host/child_environment.h>
 #include <host/compositor.h>
+#include <host/session_signals.h>
 
 namespace
 {
@@ -36,6 +38,8 @@ using SourcePtr = std::unique_ptr<wl_event_source, SourceRemover>;
 
 struct Session {
 	const SessionOptions &options;
+	int signal_fd = -1;                         /* open until the process ends */
+	std::optional<SignalsEndUs> signals_end_us; /* except while the loop runs */
 	SinksPtr sinks;
 	CompositorPtr compositor;
 	SourcePtr window_timer; /* the sources go before the loop they are in */
@@ -78,29 +82,6 @@ int handle_report(int, std::uint32_t, void *data)
 		stop_compositor(*session.compositor);
 	return 0;
 }
-
-/* ---- Signals ---- */
-
-sigset_t session_signals()
-{
-	sigset_t signals;
-	sigemptyset(&signals);
-	for (int number : {SIGINT, SIGTERM, SIGHUP})
-		sigaddset(&signals, number);
-	return signals;
-}
-
-} // namespace
-
-void block_session_signals()
-{
-	const sigset_t signals = session_signals();
-	sigprocmask(SIG_BLOCK, &signals, nullptr);
-	signal(SIGPIPE, SIG_IGN); /* a reader that has gone must not end us with a program running */
-}
-
-namespace
-{
 
 int handle_signal(int fd, std::uint32_t, void *data)
 {
@@ -154,12 +135,12 @@ bool open_parts(Session &session, std::string *error)
 	return session.compositor != nullptr;
 }
 
-bool add_sources(Session &session, int signal_fd)
+bool add_sources(Session &session)
 {
 	wl_event_loop *loop = compositor_loop(*session.compositor);
 	session.window_timer.reset(wl_event_loop_add_timer(loop, service_window, &session));
 	session.signals.reset(
-	    wl_event_loop_add_fd(loop, signal_fd, WL_EVENT_READABLE, handle_signal, &session));
+	    wl_event_loop_add_fd(loop, session.signal_fd, WL_EVENT_READABLE, handle_signal, &session));
 	if (session.options.pictures.sinks.window && session.window_timer)
 		wl_event_source_timer_update(session.window_timer.get(), kWindowInterval);
 	return session.window_timer && session.signals;
@@ -201,7 +182,9 @@ int run_program(Session &session)
 		release_child(&session.child);
 		return status;
 	}
+	session.signals_end_us.reset();
 	run_compositor(*session.compositor);
+	session.signals_end_us.emplace(session.signal_fd);
 	session.child_report.reset();
 	release_child(&session.child);
 	const int status = final_status(session);
@@ -216,20 +199,21 @@ int run_program(Session &session)
 
 int run_session(const SessionOptions &options)
 {
-	Session session = {.options = options};
+	Session session = {.options = options, .signal_fd = open_session_signals()};
+	signal(SIGPIPE, SIG_IGN); /* a reader that has gone must not end us with a program running */
+	if (session.signal_fd < 0) {
+		complain("cannot watch for signals");
+		return exit_failure;
+	}
+	session.signals_end_us.emplace(session.signal_fd);
 	std::string error;
 	if (!open_parts(session, &error)) {
 		complain(error);
 		return exit_failure;
 	}
-	const sigset_t signals = session_signals();
-	const int signal_fd = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
-	int status = exit_failure;
-	if (signal_fd >= 0 && add_sources(session, signal_fd))
-		status = run_program(session);
-	else
+	if (!add_sources(session)) {
 		complain("cannot watch for signals");
-	if (signal_fd >= 0)
-		close(signal_fd);
-	return status;
+		return exit_failure;
+	}
+	return run_program(session);
 }

@@ -11,10 +11,6 @@ struct SessionOptions {
 	char *const *program;         /* and its arguments, ended by null */
 };
 
-/* Blocks the signals that a session handles; before any thread is started, since threads inherit
- * it. */
-void block_session_signals();
-
 /* Opens the sinks and a compositor, runs the program on it and ends everything in order. The result
  * is the exit status: the program's own, or 128 and its signal. Where the host ended the program it
  * is 0, unless the program crashed on the way. 1 if a sink failed, 126 or 127 if the program cannot

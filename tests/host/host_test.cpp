@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 #include <pty.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include <picture_files.h>
 #include <program.h>
@@ -220,6 +222,27 @@ TEST_F(HostTest, KeepsItsDescriptorsFromTheProgram)
 	start("--record " + folder + "/a.mp4 -- " + script);
 	const std::string under_host = last_numbers(host);
 	EXPECT_EQ(under_host, last_numbers(start_program(script)));
+}
+
+/* A window's desktop may say nothing, and GStreamer waits for threads that it could not start. */
+TEST_F(HostTest, EndsOnASignalWhileItsSinksOpen)
+{
+	sockaddr_un address = {AF_UNIX, {}};
+	(folder + "/silent").copy(address.sun_path, sizeof(address.sun_path) - 1);
+	const int silent = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+	ASSERT_EQ(bind(silent, reinterpret_cast<const sockaddr *>(&address), sizeof(address)), 0);
+	ASSERT_EQ(listen(silent, 1), 0);
+	command = "env -u WAYLAND_SOCKET SDL_VIDEODRIVER=wayland WAYLAND_DISPLAY=" + folder +
+	          "/silent " + command;
+	for (const int sent : {SIGTERM, SIGINT}) {
+		start("--window -- touch " + folder + "/run");
+		const int connection = accept(silent, nullptr, nullptr);
+		kill(host.pid, sent);
+		EXPECT_EQ(end_of(host).status, 128 + sent);
+		EXPECT_FALSE(fs::exists(folder + "/run"));
+		close(connection);
+	}
+	close(silent);
 }
 
 TEST_F(HostTest, EndsTheProgramWhenTheDiskIsFull)

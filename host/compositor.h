@@ -26,9 +26,10 @@ struct wl_event_loop;
 
 /* The defaults are a well-behaved compositor. */
 struct CompositorOptions {
-	/* Both are called on the compositor's thread. on_picture comes with each commit of a new buffer
+	/* All are called on the compositor's thread. on_picture comes with each commit of a new buffer
 	 * on a surface that xdg_shell made a window. The frame callback is sent after it returns. */
 	std::function<void(const Picture &)> on_picture;
+	std::function<void(const std::string &)> on_title;
 	std::function<void(const std::string &)> on_request; /* text as in CompositorRecord */
 
 	bool keep_requests = false; /* fill CompositorRecord::requests, which then grows without end */

@@ -128,6 +128,7 @@ bool open_parts(Session &session, std::string *error)
 		return false;
 	CompositorOptions options = {
 	    .on_picture = [&session](const Picture &picture) { take_picture(session, picture); },
+	    .on_title = [&session](const std::string &title) { title_sinks(*session.sinks, title); },
 	};
 	if (session.options.verbose)
 		options.on_request = [](const std::string &text) { fprintf(stderr, "%s\n", text.c_str()); };

@@ -19,6 +19,12 @@ void ignore(wl_client *, wl_resource *)
 void ignore_text(wl_client *, wl_resource *, const char *)
 {
 }
+void set_title(wl_client *, wl_resource *window, const char *title)
+{
+	auto *surface = static_cast<Surface *>(wl_resource_get_user_data(window));
+	if (surface && surface->compositor->options.on_title)
+		surface->compositor->options.on_title(title);
+}
 void ignore_number(wl_client *, wl_resource *, std::uint32_t)
 {
 }
@@ -59,7 +65,7 @@ void set_fullscreen(wl_client *, wl_resource *window, wl_resource *)
 constexpr struct xdg_surface_interface kWindowRequests = {
     .destroy = destroy_resource,
     .set_parent = ignore_object,
-    .set_title = ignore_text,
+    .set_title = set_title,
     .set_app_id = ignore_text,
     .show_window_menu = ignore_menu,
     .move = ignore_move,

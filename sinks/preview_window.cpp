@@ -41,12 +41,12 @@ void copy_rows(const Picture &picture, std::vector<unsigned char> *pixels)
 } // namespace
 
 struct PreviewWindow {
-	std::string title;
 	int width;
 	int height;
 	std::thread thread;
 
 	std::mutex mutex; /* guards what follows */
+	std::string title;
 	std::condition_variable changed;
 	State state = State::opening;
 	std::string failure;
@@ -171,6 +171,7 @@ State show_pictures(PreviewWindow &preview, View &view)
 		preview.changed.wait_for(lock, kReaction,
 		    [&preview, shown] { return preview.ending || preview.pictures != shown; });
 		const Uint64 newest = preview.pictures;
+		const std::string title = preview.title;
 		if (newest != shown &&
 		    SDL_UpdateTexture(view.texture, nullptr, preview.pixels.data(), preview.width * 4) != 0)
 			return State::failed;
@@ -178,7 +179,7 @@ State show_pictures(PreviewWindow &preview, View &view)
 		if (newest != shown && !redraw(view))
 			return State::failed;
 		shown = newest;
-		update_title(view, preview.title, newest);
+		update_title(view, title, newest);
 		if (!handle_events(view))
 			return State::closed;
 		lock.lock();
@@ -206,7 +207,7 @@ void run_window(PreviewWindow &preview)
 PreviewWindowPtr open_preview_window(
     const std::string &title, int width, int height, std::string *error)
 {
-	PreviewWindowPtr preview(new PreviewWindow{.title = title, .width = width, .height = height});
+	PreviewWindowPtr preview(new PreviewWindow{.width = width, .height = height, .title = title});
 	preview->thread = std::thread([window = preview.get()] { run_window(*window); });
 	std::unique_lock lock(preview->mutex);
 	preview->changed.wait(lock, [&preview] { return preview->state != State::opening; });
@@ -215,6 +216,12 @@ PreviewWindowPtr open_preview_window(
 	*error = "cannot open a window: " + preview->failure;
 	lock.unlock();
 	return nullptr;
+}
+
+void set_preview_title(PreviewWindow &preview, const std::string &title)
+{
+	std::lock_guard lock(preview.mutex);
+	preview.title = title;
 }
 
 bool preview_picture(PreviewWindow &preview, const Picture &picture, std::string *error)

@@ -18,6 +18,9 @@ using PreviewWindowPtr = std::unique_ptr<PreviewWindow, PreviewWindowDeleter>;
 PreviewWindowPtr open_preview_window(
     const std::string &title, int width, int height, std::string *error);
 
+/* Shown within half a second. */
+void set_preview_title(PreviewWindow &window, const std::string &title);
+
 /* Copies a surface buffer of the size given at the opening, to be shown unless another one follows
  * too soon. The title tells their number and rate. Returns false with the reason in *error if one
  * before could not be shown. */

@@ -39,6 +39,12 @@ SinksPtr open_sinks(
 	return sinks;
 }
 
+void title_sinks(Sinks &sinks, const std::string &title)
+{
+	if (sinks.window)
+		set_preview_title(*sinks.window, title);
+}
+
 namespace
 {
 

@@ -42,6 +42,9 @@ using SinksPtr = std::unique_ptr<Sinks, SinksDeleter>;
 SinksPtr open_sinks(const SinkOptions &options, int width, int height, const std::string &title,
     std::string *error);
 
+/* Gives the window another title than the one it was opened with. */
+void title_sinks(Sinks &sinks, const std::string &title);
+
 /* Passes one surface buffer to all sinks. Never drops one: waits while the encoder is several
  * behind. Returns false from the moment on when the user closed the window or a sink failed. */
 bool show_picture(Sinks &sinks, const Picture &picture);

@@ -1,8 +1,10 @@
 /* Real sources: an RTMP server with and without a publisher, RTP packets. */
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <future>
 #include <optional>
+#include <random>
 #include <thread>
 
 #include <arpa/inet.h>
@@ -284,6 +286,35 @@ TEST_F(RtpPlayback, PlaysWhatIsSentBeforeAndAfterItsStart)
 		ASSERT_EQ(StartGSTPlay(kListener), 0);
 		EXPECT_TRUE(frames_come());
 	}
+	EXPECT_TRUE(stops());
+}
+
+/* Random bytes, and packets of RTP whose second half claims to hold 65535 bytes more. */
+void send_garbage_packets(int count)
+{
+	const sockaddr_in to = address_of(kListener, 50008);
+	const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+	std::minstd_rand random(1);
+	for (int i = 0; i < count; ++i) {
+		unsigned char packet[300] = {0x80, 96, static_cast<unsigned char>(i / 256),
+		    static_cast<unsigned char>(i), 0, 0, 0, 0, 1, 2, 3, 4, 0x78, 0, 2, 0x65, 0, 0xff, 0xff};
+		const size_t kept = i % 2 ? 19 : 0;
+		std::generate(packet + kept, std::end(packet), std::ref(random));
+		sendto(fd, packet, random() % 300, 0, reinterpret_cast<const sockaddr *>(&to), sizeof to);
+	}
+	close(fd);
+}
+
+TEST_F(RtpPlayback, GoesOnAfterGarbage)
+{
+	register_objects();
+	ASSERT_EQ(StartGSTPlay(kListener), 0);
+	send_garbage_packets(20000);
+	const Pipeline sent(sender());
+	EXPECT_TRUE(frames_come());
+	send_garbage_packets(20000);
+	EXPECT_TRUE(frames_come());
+	EXPECT_TRUE(IsGSTStatePlaying());
 	EXPECT_TRUE(stops());
 }
 

@@ -19,14 +19,31 @@ bool is_plausible_side(int side)
 	return side > 0 && side <= kMaxSide;
 }
 
-/* How much of a block the file can hold: no header makes us allocate a gigabyte that is not there.
- */
+/* A GL that shows the surface takes pictures of its width: it is asked about larger ones alone. */
+bool fits_in_texture(int side)
+{
+	if (side <= 2 * ANIMATION_VIEWPORT_WIDTH)
+		return true;
+	GLint max = 0;
+	glGetIntegerv(GL_MAX_TEXTURE_SIZE, &max);
+	return side <= max;
+}
+
+/* How much of a block the file holds. Neither a header of gigabytes nor a file without content of
+ * that length, both of which cost nothing to make, is to cost us the memory and the time. */
 std::size_t present(FILE *file, std::size_t offset, std::uint64_t size)
 {
 	struct stat status = {};
 	fstat(fileno(file), &status);
 	auto end = static_cast<std::size_t>(status.st_size);
 	return end > offset ? std::min<std::uint64_t>(size, end - offset) : 0;
+}
+
+int refuse_short(FILE *file, std::size_t size)
+{
+	advise_dont_need(file, size);
+	REPORT("Error in file size != width*height\n");
+	return -1;
 }
 
 std::uint32_t little_endian(const unsigned char *bytes, int count)
@@ -58,19 +75,23 @@ int read_raw_block(
 	const std::uint64_t size = std::uint64_t{type == GL_BGRA_EXT ? 4U : 3U} *
 	                           static_cast<std::uint64_t>(width) *
 	                           static_cast<std::uint64_t>(height);
-	std::size_t available = present(file.get(), static_cast<std::size_t>(offset), size);
-	HeapBlock<unsigned char> pixels(static_cast<unsigned char *>(malloc(available + 1)));
+	const std::size_t available = present(file.get(), static_cast<std::size_t>(offset), size);
+	if (available < size)
+		return refuse_short(file.get(), available);
+	if (!fits_in_texture(std::max(width, height))) {
+		REPORT("Invalid size %d x %d in %s\n", width, height, filename);
+		return -1;
+	}
+	HeapBlock<unsigned char> pixels(static_cast<unsigned char *>(malloc(size)));
 	if (!pixels) {
 		REPORT("No memory for the %zu bytes of %s\n", available, filename);
 		return -1;
 	}
 	fseek(file.get(), offset, SEEK_SET);
-	std::size_t got = fread(pixels.get(), 1, available, file.get());
+	std::size_t got = fread(pixels.get(), 1, size, file.get());
+	if (got < size)
+		return refuse_short(file.get(), got);
 	advise_dont_need(file.get(), got);
-	if (got < size) {
-		REPORT("Error in file size != width*height\n");
-		return -1;
-	}
 	*picture = {std::move(pixels), width, height, type};
 	return 0;
 }

@@ -2,8 +2,6 @@
 #include <animation/image_loading.h>
 #include <base/report.h>
 
-#include <algorithm>
-
 int load_texture(GLuint, int width, int height, int textureType, const void *data)
 {
 	switch (textureType) {
@@ -26,29 +24,8 @@ int load_texture(GLuint, int width, int height, int textureType, const void *dat
 	return 0;
 }
 
-namespace
+int upload_picture(GLuint tex, const DecodedPicture &picture)
 {
-
-/* A GL that shows the surface takes pictures of its width: it is asked about larger ones alone. */
-constexpr int kSurfaceWidth = 2 * ANIMATION_VIEWPORT_WIDTH;
-
-bool fits_in_texture(int side)
-{
-	if (side <= kSurfaceWidth)
-		return true;
-	GLint max = 0;
-	glGetIntegerv(GL_MAX_TEXTURE_SIZE, &max);
-	return side <= max;
-}
-
-} // namespace
-
-int upload_picture(GLuint tex, const DecodedPicture &picture, const char *filename)
-{
-	if (!fits_in_texture(std::max(picture.width, picture.height))) {
-		REPORT("Invalid size %d x %d in %s\n", picture.width, picture.height, filename);
-		return -1;
-	}
 	return load_texture(tex, picture.width, picture.height, picture.type, picture.pixels.get());
 }
 
@@ -57,19 +34,19 @@ int load_texture_from_raw_file(
 {
 	DecodedPicture picture;
 	int result = read_raw_block(width, height, textureType, filename, offset, &picture);
-	return result == 0 ? upload_picture(tex, picture, filename) : result;
+	return result == 0 ? upload_picture(tex, picture) : result;
 }
 
 int load_texture_bmp(GLuint tex, const char *filename)
 {
 	DecodedPicture picture;
 	int result = read_bmp(filename, &picture);
-	return result == 0 ? upload_picture(tex, picture, filename) : result;
+	return result == 0 ? upload_picture(tex, picture) : result;
 }
 
 int load_texture_png(GLuint tex, const char *filename)
 {
 	DecodedPicture picture;
 	int result = read_png(filename, &picture);
-	return result == 0 ? upload_picture(tex, picture, filename) : result;
+	return result == 0 ? upload_picture(tex, picture) : result;
 }

@@ -1,4 +1,5 @@
-/* Picture files, read into memory without GL: a texture handle does so before it takes g_mutex. */
+/* Picture files, read into memory. A texture handle does so before it takes g_mutex: of GL no more
+ * is asked than its largest texture. */
 #pragma once
 
 #include <cstdio>

@@ -26,8 +26,7 @@ GLuint create_handle_from_file(
 	DecodedPicture picture;
 	int result = read(filename, &picture);
 	GLuint tex = create_handle(
-	    [&](GLuint name) { return result ? result : upload_picture(name, picture, filename); },
-	    &result);
+	    [&](GLuint name) { return result ? result : upload_picture(name, picture); }, &result);
 	if (result == 0)
 		return tex;
 	DeleteTexture(tex);

@@ -42,7 +42,10 @@ struct ImageLoadingTest : OffscreenTest {
 	/* Loads a file with the texture bound, and keeps what is printed. */
 	int load(Loader loader, const Bytes &content)
 	{
-		const std::string path = folder.file("picture", content);
+		return load_file(loader, folder.file("picture", content));
+	}
+	int load_file(Loader loader, const std::string &path)
+	{
 		glBindTexture(GL_TEXTURE_2D, texture);
 		const Caught out(1), err(2);
 		const int result = loader(texture, path.c_str());
@@ -50,13 +53,13 @@ struct ImageLoadingTest : OffscreenTest {
 		return result;
 	}
 
-	/* The same for a PNG; the most bytes that the process had beside those before. */
-	std::size_t growth(const Bytes &content, int expected)
+	/* The same; the most bytes that the process had beside those before. */
+	std::size_t growth(Loader loader, const std::string &path, int expected)
 	{
 		malloc_trim(0);
 		std::ofstream("/proc/self/clear_refs") << 5; /* the peak begins anew */
 		const std::size_t before = status_bytes("VmRSS:");
-		EXPECT_EQ(load(load_texture_png, content), expected);
+		EXPECT_EQ(load_file(loader, path), expected);
 		return status_bytes("VmHWM:") - before;
 	}
 
@@ -196,10 +199,18 @@ TEST_F(ImageLoadingTest, TakesNoMoreMemoryThanThePixels)
 		const Bytes length = {0x7F, 0xFF, 0xFF, 0xF0};
 		huge.insert(huge.begin() + 33, kind, kind + 4);
 		huge.insert(huge.begin() + 33, length.begin(), length.end());
-		EXPECT_LT(growth(huge, -1), kLittle) << kind;
+		EXPECT_LT(growth(load_texture_png, folder.file("huge", huge), -1), kLittle) << kind;
 	}
 	const Bytes largest = png({2304, 2304, PNG_COLOR_TYPE_GRAY_ALPHA}, Bytes(4608));
-	EXPECT_LT(growth(largest, 0), std::size_t{2} * 2304 * 2304 * 4 + kLittle);
+	EXPECT_LT(growth(load_texture_png, folder.file("largest", largest), 0),
+	    std::size_t{2} * 2304 * 2304 * 4 + kLittle);
+
+	const std::string hollow = folder.file("hollow", bmp({32768, 32768}, {}));
+	for (const char *report : {"Error in file size", "Invalid size 32768 x 32768"}) {
+		EXPECT_LT(growth(load_texture_bmp, hollow, -1), kLittle);
+		EXPECT_EQ(printed.rfind(report, 0), 0U) << printed;
+		std::filesystem::resize_file(hollow, 5LL << 30);
+	}
 }
 
 } // namespace

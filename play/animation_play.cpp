@@ -23,6 +23,7 @@ struct Arguments {
 	bool has_sinks = false;
 	SinkArguments sinks;
 	Stretch stretch;
+	std::uint64_t jobs = 1;
 	std::string scene;
 };
 
@@ -38,6 +39,7 @@ void print_usage(FILE *stream)
 	    "%s"
 	    "  --from N, --to N      only the frames from N on, or up to N, counted from 1 in the whole\n"
 	    "                        scene: those before are run, but not drawn\n"
+	    "  --jobs N              draw N slices at once, each in a process\n"
 	    "\n"
 	    "The exit status is 0 for a scene that was played, to its end or to SIGINT or SIGTERM; 1 if\n"
 	    "something failed while playing; 2 for a scene or arguments that are wrong.\n",
@@ -51,6 +53,8 @@ std::uint64_t *count_of(std::string_view option, Arguments *arguments)
 		return &arguments->stretch.from;
 	if (option == "--to")
 		return &arguments->stretch.to;
+	if (option == "--jobs")
+		return &arguments->jobs;
 	return nullptr;
 }
 
@@ -88,6 +92,8 @@ std::string take_arguments(int argc, char **argv, Arguments *arguments)
 	}
 	if (arguments->scene.empty())
 		return "no scene given";
+	if (arguments->jobs > 1 && arguments->sinks.sinks.window)
+		return "--window shows one process's frames, so it does not go with --jobs";
 	if (arguments->has_sinks && !arguments->offline)
 		return "pictures of a live scene are the compositor's, give these options to animation-host";
 	return "";
@@ -121,8 +127,8 @@ bool play_offline(const Arguments &arguments, const Scene &scene, std::string *e
 		    arguments.scene +
 		    ": expected a scene without streams, which go by the clock, for --offline");
 	Stretch stretch = stretch_of(arguments, scene);
-	if (stretch.from > 1)
-		return play_stretch_offline(scene, arguments.sinks, stretch);
+	if (stretch.from > 1 || arguments.jobs > 1)
+		return play_in_slices(scene, arguments.sinks, stretch, arguments.jobs, error);
 	return play_offline(scene, arguments.sinks, &stretch, error) == Played::whole;
 }
 

@@ -31,9 +31,11 @@ enum class Played {
 Played play_offline(
     const Scene &scene, const SinkArguments &arguments, Stretch *stretch, std::string *error);
 
-/* The same in a process of its own, or in two: for a stretch that does not begin with the scene. To
- * be called while this process has one thread. That process says why if it fails. */
-bool play_stretch_offline(const Scene &scene, const SinkArguments &arguments, Stretch stretch);
+/* The same in so many processes at a time, each for a slice of the stretch. Their recordings are
+ * joined. To be called while this process has one thread. False with *error set, or after one of
+ * those processes has said why. */
+bool play_in_slices(const Scene &scene, const SinkArguments &arguments, const Stretch &stretch,
+    std::uint64_t jobs, std::string *error);
 
 /* On the Wayland display that the environment names, at the library's own pace; to the end of the
  * scene, or until SIGINT or SIGTERM. False with *error set. */

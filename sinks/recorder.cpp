@@ -10,43 +10,28 @@
 #include <gst/gst.h>
 #include <gst/video/video.h>
 
+#include <sinks/joined_recording.h>
 #include <sinks/open_at_once.h>
+#include <sinks/pipeline_end.h>
 #include <sinks/unfinished_file.h>
 
 namespace
 {
 
-/* A file in fragments of half a second, each whole in itself and written at once, plays up to where
- * it stops, however its end came.
- *
- * At a constant quantiser the ultrafast preset is cheap enough to run beside a software renderer on
- * two cores, and sharp edges stay sharp. x264enc makes 4:4:4 of anything but I420. */
-constexpr char kPipeline[] =
+/* At a constant quantiser the ultrafast preset is cheap enough to run beside a software renderer on
+ * two cores, and sharp edges stay sharp. It also starts a group at a fixed distance only. x264enc
+ * makes 4:4:4 of anything but I420. */
+const std::string kPipeline =
     "appsrc name=pictures format=time ! videoconvert ! video/x-raw,format=I420 ! "
-    "x264enc speed-preset=ultrafast pass=quant quantizer=20 key-int-max=50 ! "
-    "mp4mux fragment-duration=500 ! filesink name=file buffer-mode=unbuffered";
+    "x264enc speed-preset=ultrafast pass=quant quantizer=20 key-int-max=" +
+    std::to_string(kPicturesPerGroup) + " ! " + kRecordingFile;
 
 constexpr guint64 kMostWaiting = 4; /* surface buffers of 5 MB */
 constexpr GstClockTime kFrameTime = GST_SECOND / kPicturesPerSecond;
-constexpr GstClockTime kLongestEnd = 60 * GST_SECOND;
 
 /* Without room for a picture, counted in looks, so that a process that was stopped goes on. */
 constexpr GstClockTime kLookInterval = 2 * GST_MSECOND;
 constexpr int kMostLooks = 10 * GST_SECOND / kLookInterval;
-
-struct Unref {
-	void operator()(void *object) const
-	{
-		gst_object_unref(object);
-	}
-};
-struct MessageUnref {
-	void operator()(GstMessage *message) const
-	{
-		gst_message_unref(message);
-	}
-};
-using MessagePtr = std::unique_ptr<GstMessage, MessageUnref>;
 
 } // namespace
 
@@ -65,20 +50,6 @@ struct Recorder {
 namespace
 {
 
-/* GStreamer says what failed in its message and why in the last line of its debug text. */
-std::string reason_of(GstMessage *message)
-{
-	GError *failure = nullptr;
-	gchar *debug = nullptr;
-	gst_message_parse_error(message, &failure, &debug);
-	std::string reason = failure->message;
-	if (const char *last_line = debug ? strrchr(debug, '\n') : nullptr)
-		reason += std::string(" (") + (last_line + 1) + ')';
-	g_error_free(failure);
-	g_free(debug);
-	return reason;
-}
-
 /* Waits so long at most, and tells whether the pipeline has failed by then. */
 bool has_failed(Recorder &recorder, GstClockTime wait, std::string *error)
 {
@@ -93,7 +64,7 @@ bool create_pipeline(Recorder &recorder, std::string *error)
 {
 	GError *failure = nullptr;
 	recorder.pipeline.reset(
-	    gst_parse_launch_full(kPipeline, nullptr, GST_PARSE_FLAG_FATAL_ERRORS, &failure));
+	    gst_parse_launch_full(kPipeline.c_str(), nullptr, GST_PARSE_FLAG_FATAL_ERRORS, &failure));
 	if (!recorder.pipeline) {
 		*error = "cannot record to " + recorder.path + ": " + failure->message;
 		g_error_free(failure);
@@ -219,14 +190,12 @@ bool finish_recording(Recorder &recorder, std::string *error)
 		return false;
 	}
 	gst_app_src_end_of_stream(recorder.source.get());
-	MessagePtr end(gst_bus_timed_pop_filtered(recorder.bus.get(), kLongestEnd,
-	    static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR)));
-	if (end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS)
-		return true;
+	const MessagePtr end = wait_for_end(recorder.bus.get());
+	const std::string reason = reason_of_end(end);
 	recorder.stands_still = !end;
-	*error = "cannot record to " + recorder.path + ": " +
-	         (end ? reason_of(end.get()) : "the encoder does not end");
-	return false;
+	if (!reason.empty())
+		*error = "cannot record to " + recorder.path + ": " + reason;
+	return reason.empty();
 }
 
 void RecorderDeleter::operator()(Recorder *recorder) const

@@ -6,6 +6,11 @@
 
 #include <sinks/picture.h>
 
+/* A file in fragments of half a second, each whole in itself and written at once, plays up to where
+ * it stops, however its end came. */
+constexpr char kRecordingFile[] =
+    "mp4mux fragment-duration=500 ! filesink name=file buffer-mode=unbuffered";
+
 struct Recorder;
 struct RecorderDeleter {
 	void operator()(Recorder *) const;

@@ -1,4 +1,5 @@
 /* Scenes with and without a compositor: which frame shows what. */
+#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -130,6 +131,31 @@ TEST_F(Performance, AFrameIsTheSameWhereverTheRunBegins)
 		EXPECT_FALSE(read_file(picture(0)).empty());
 		EXPECT_EQ(read_file(picture(0)), read_file(picture(1))) << path;
 	}
+}
+
+/* The times and checksums of what a recording shows. */
+std::string frames_of(const std::string &recording)
+{
+	return run_program("gst-launch-1.0 -q filesrc location=" + recording +
+	                   " ! qtdemux ! h264parse ! avdec_h264 ! checksumsink")
+	    .output;
+}
+
+TEST_F(Performance, SlicesJoinToTheRecordingOfOneRun)
+{
+	const std::string joined = folder / "joined.mp4", single = folder / "single.mp4";
+	snapshot(5, 60);
+	for (const std::string &run :
+	    {"--jobs 3 --record " + joined + " " + snapshots, "--record " + single}) {
+		const Outcome outcome =
+		    run_program("$ANIMATION_PLAY --offline --from 2 --to 98 " + run + " " + scene(11));
+		ASSERT_EQ(outcome.status, 0) << outcome.output;
+	}
+	expect_phase(5);
+	const std::string frames = frames_of(joined);
+	EXPECT_EQ(std::ranges::count(frames, '\n'), 97) << frames;
+	EXPECT_EQ(frames, frames_of(single));
+	EXPECT_EQ(count_entries(folder.path.c_str()), 4u); /* no parts are left */
 }
 
 } // namespace

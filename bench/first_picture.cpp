@@ -24,8 +24,8 @@
 #include <unistd.h>
 
 #include <animation/animation.h>
-#include <bench/next_function.h>
 #include <host/compositor.h>
+#include <probe/next_function.h>
 #include <render/render.h>
 
 namespace

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include <animation/animation.h>
-#include <bench/next_function.h>
 #include <player/player.h>
+#include <probe/next_function.h>
 #include <render/render.h>
 
 namespace

@@ -5,7 +5,7 @@
 
 #include <GLES2/gl2.h>
 
-#include <bench/next_function.h>
+#include <probe/next_function.h>
 
 namespace
 {

@@ -52,16 +52,29 @@ void force_software_drawing(Environment &environment)
 
 /* ---- Companions ---- */
 
-/* A companion lies in the build tree's folder device, in the library folder when installed. Empty
- * if it is in neither. */
-fs::path find_companion(const std::string &name)
+/* What is put into the program. Without it the program does without what it stands for. */
+struct Companion {
+	const char *room; /* whose folder of the build tree holds it */
+	const char *name;
+	const char *loss;
+};
+
+constexpr Companion kImport = {
+    "device", "libanimation-egl-import.so", "streamed video will not be shown"};
+constexpr Companion kDecoder = {
+    "device", "gstreamer/libgstanimationdecoder.so", "streamed video will not be shown"};
+constexpr Companion kProbe = {
+    "probe", "libanimation-probe.so", "the program cannot be looked into"};
+
+/* In the build tree, or in the library folder when installed. Empty if it is in neither. */
+fs::path find_companion(const Companion &companion)
 {
 	std::error_code failure;
 	const fs::path folder = fs::read_symlink("/proc/self/exe", failure).parent_path();
 	if (failure)
 		return {};
-	for (const fs::path &path :
-	    {folder / "../device" / name, folder / ".." / COMPANION_FOLDER / name})
+	for (const fs::path &path : {folder / ".." / companion.room / companion.name,
+	         folder / ".." / COMPANION_FOLDER / companion.name})
 		if (fs::exists(path, failure))
 			return fs::weakly_canonical(path, failure);
 	return {};
@@ -88,12 +101,13 @@ fs::path listable(const fs::path &companion, const fs::path &private_folder)
 }
 
 /* Empty, which is said, if the program is to do without it. */
-fs::path offer_companion(const std::string &name, const fs::path &private_folder)
+fs::path offer_companion(const Companion &companion, const fs::path &private_folder)
 {
-	const fs::path found = find_companion(name), path = listable(found, private_folder);
+	const fs::path found = find_companion(companion), path = listable(found, private_folder);
 	if (path.empty())
-		fprintf(stderr, "animation-host: %s %s: streamed video will not be shown\n", name.c_str(),
-		    found.empty() ? "is missing" : "cannot be linked to a path without blank or colon");
+		fprintf(stderr, "animation-host: %s %s: %s\n", companion.name,
+		    found.empty() ? "is missing" : "cannot be linked to a path without blank or colon",
+		    companion.loss);
 	return path;
 }
 
@@ -107,23 +121,33 @@ void put_in_front(Environment &environment, const std::string &name, const fs::p
 
 void add_companions(Environment &environment, const fs::path &private_folder)
 {
-	put_in_front(
-	    environment, "LD_PRELOAD", offer_companion("libanimation-egl-import.so", private_folder));
+	put_in_front(environment, "LD_PRELOAD", offer_companion(kImport, private_folder));
 	/* Where the one with the version is set, GStreamer takes it in place of the other. */
 	const std::string plugins =
 	    environment.contains("GST_PLUGIN_PATH_1_0") ? "GST_PLUGIN_PATH_1_0" : "GST_PLUGIN_PATH";
-	put_in_front(environment, plugins,
-	    offer_companion("gstreamer/libgstanimationdecoder.so", private_folder).parent_path());
+	put_in_front(environment, plugins, offer_companion(kDecoder, private_folder).parent_path());
+}
+
+/* Before the import, so that it sees the calls of the program and not those of the import. */
+void add_probe(Environment &environment, const fs::path &private_folder, int fd)
+{
+	environment.erase("ANIMATION_PROBE_FD");
+	if (fd < 0)
+		return;
+	put_in_front(environment, "LD_PRELOAD", offer_companion(kProbe, private_folder));
+	environment["ANIMATION_PROBE_FD"] = std::to_string(fd);
 }
 
 } // namespace
 
-std::vector<std::string> child_environment(const std::string &folder, const std::string &socket)
+std::vector<std::string> child_environment(
+    const std::string &folder, const std::string &socket, int probe_fd)
 {
 	Environment environment = own_environment();
 	lead_to_compositor(environment, folder, socket);
 	force_software_drawing(environment);
 	add_companions(environment, folder);
+	add_probe(environment, folder, probe_fd);
 	std::vector<std::string> entries;
 	for (const auto &[name, value] : environment)
 		entries.push_back(name + '=' + value);

@@ -1,5 +1,6 @@
 #include <host/session.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -45,6 +46,7 @@ struct Session {
 	SourcePtr window_timer; /* the sources go before the loop they are in */
 	SourcePtr signals;
 	SourcePtr child_report;
+	ProbeLinkPtr probe;
 	std::uint64_t pictures = 0;
 	Child child;
 	int wait_status = SIGKILL; /* unless its guard tells another one */
@@ -118,6 +120,28 @@ int service_window(void *data)
 	return 0;
 }
 
+/* ---- The probe ---- */
+
+bool open_probe(Session &session, std::string *error)
+{
+	const std::vector<ProbeListener> &listeners = session.options.listeners;
+	if (listeners.empty())
+		return true;
+	session.probe = open_probe_link(
+	    compositor_loop(*session.compositor),
+	    [&listeners](ProbeLink &link, const std::string &line) {
+		    for (const ProbeListener &listener : listeners)
+			    listener.on_line(link, line);
+	    },
+	    error);
+	if (!session.probe)
+		return false;
+	for (const ProbeListener &listener : listeners)
+		if (!listener.first_command.empty())
+			send_command(*session.probe, listener.first_command);
+	return true;
+}
+
 /* ---- The course of a session ---- */
 
 bool open_parts(Session &session, std::string *error)
@@ -133,7 +157,7 @@ bool open_parts(Session &session, std::string *error)
 	if (session.options.verbose)
 		options.on_request = [](const std::string &text) { fprintf(stderr, "%s\n", text.c_str()); };
 	session.compositor = open_compositor(std::move(options), error);
-	return session.compositor != nullptr;
+	return session.compositor && open_probe(session, error);
 }
 
 bool add_sources(Session &session)
@@ -160,10 +184,16 @@ int final_status(const Session &session)
 int start_program(Session &session)
 {
 	const char *name = session.options.program[0];
+	const int probe_fd = session.probe ? program_end(*session.probe) : -1;
+	std::vector<int> inherited = session.options.descriptors;
+	if (probe_fd >= 0)
+		inherited.insert(std::upper_bound(inherited.begin(), inherited.end(), probe_fd), probe_fd);
 	const int reason = start_child(session.options.program,
-	    child_environment(
-	        compositor_folder(*session.compositor), compositor_socket(*session.compositor)),
-	    session.options.descriptors, &session.child);
+	    child_environment(compositor_folder(*session.compositor),
+	        compositor_socket(*session.compositor), probe_fd),
+	    inherited, &session.child);
+	if (session.probe)
+		close_program_end(*session.probe);
 	if (reason != 0) {
 		complain(std::string("cannot start ") + name + ": " + strerror(reason));
 		return reason == ENOENT ? exit_not_found : exit_not_executable;
@@ -186,6 +216,8 @@ int run_program(Session &session)
 	session.signals_end_us.reset();
 	run_compositor(*session.compositor);
 	session.signals_end_us.emplace(session.signal_fd);
+	if (session.probe)
+		drain_probe_link(*session.probe);
 	session.child_report.reset();
 	release_child(&session.child);
 	const int status = final_status(session);

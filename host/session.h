@@ -1,12 +1,22 @@
 #pragma once
 
+#include <functional>
+#include <string>
 #include <vector>
 
+#include <host/probe_link.h>
 #include <sinks/sink_arguments.h>
+
+/* Who looks into the program. With one of these the program gets the probe. */
+struct ProbeListener {
+	std::string first_command; /* such as that of the level to watch at; empty: none */
+	std::function<void(ProbeLink &, const std::string &line)> on_line;
+};
 
 struct SessionOptions {
 	SinkArguments pictures;
 	bool verbose = false;
+	std::vector<ProbeListener> listeners;
 	std::vector<int> descriptors; /* of ours that the program inherits */
 	char *const *program;         /* and its arguments, ended by null */
 };

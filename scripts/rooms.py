@@ -28,6 +28,7 @@ OFFERED = {
         "sink_arguments.h",
         "standard_descriptors.h",
     ],
+    "probe": ["next_function.h"],
     "device": [],
     "host": ["compositor.h"],
     "play": [],

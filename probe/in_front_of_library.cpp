@@ -1,0 +1,298 @@
+/* In front of what an application calls: each call is told with the frame that comes after it. */
+#include <chrono>
+
+#include <player/player.h>
+#include <probe/describe.h>
+#include <probe/frame_log.h>
+#include <probe/frames.h>
+#include <probe/next_function.h>
+#include <probe/playback_log.h>
+#include <probe/textures.h>
+#include <probe/wire.h>
+#include <render/render.h>
+
+namespace
+{
+
+/* Above 0 inside a call: what the library calls of its own is no call of the application. */
+thread_local int depth;
+
+class InsideCall
+{
+public:
+	InsideCall()
+	{
+		depth++;
+	}
+	~InsideCall()
+	{
+		depth--;
+	}
+	InsideCall(const InsideCall &) = delete;
+	InsideCall &operator=(const InsideCall &) = delete;
+};
+
+/* True for a call of the application that somebody wants to know of. */
+bool is_told()
+{
+	return is_heard() && depth == 0 && is_watched();
+}
+
+std::string id_text(unsigned int id)
+{
+	return id == ANIMATION_NO_OBJECT ? "none" : std::to_string(id);
+}
+
+/* ---- By the kind of call -------------------------------------------------------------------- */
+
+template <class Create, class... Arguments>
+unsigned int tell_creation(
+    const char *name, const std::string &arguments, Create create, Arguments... values)
+{
+	const bool told = is_told();
+	const InsideCall inside;
+	const unsigned int id = create(values...);
+	if (told)
+		note_call(name, id, std::string(name) + '(' + arguments + ") = " + id_text(id));
+	return id;
+}
+
+/* All records have the field. Read before the call, which may reset it. */
+template <class Para>
+void tell_update(
+    const char *name, void (*update)(unsigned int, Para *), unsigned int id, Para *para)
+{
+	if (is_told())
+		note_call(name, id,
+		    std::string(name) + '(' + id_text(id) + ", " +
+		        (para ? update_text(para->update) : "NULL") + ')');
+	const InsideCall inside;
+	update(id, para);
+}
+
+/* Whose record it is only the object tells. */
+std::string update_text_of(unsigned int id, const void *para)
+{
+	static const auto find = find_symbol<decltype(FindAnimationObj)>("FindAnimationObj");
+	static auto *const mutex = find_symbol<pthread_mutex_t>("g_mutex");
+	pthread_mutex_lock(mutex);
+	const AnimationObj *obj = find(id);
+	const std::string text = obj && para ? update_text(update_of(obj->animationtype, para))
+	                         : para      ? "?"
+	                                     : "NULL";
+	pthread_mutex_unlock(mutex);
+	return text;
+}
+
+using Clock = std::chrono::steady_clock;
+
+/* Only the bytes of this thread's uploads could be told apart, and others seldom come between. */
+template <class Load, class... Arguments>
+auto tell_picture(const char *file, Load load, Arguments... values)
+{
+	if (!is_heard() || !is_watched())
+		return load(values...);
+	const std::uint64_t before = texture_bytes().alive;
+	const Clock::time_point start = Clock::now();
+	const auto result = load(values...);
+	const std::chrono::duration<double, std::milli> taken = Clock::now() - start;
+	const std::uint64_t after = texture_bytes().alive;
+	note_picture(file, taken.count(), after > before ? after - before : 0);
+	return result;
+}
+
+template <class Make, class... Arguments>
+GLuint tell_handle(const char *name, const std::string &arguments, Make make, Arguments... values)
+{
+	const bool told = is_told();
+	const InsideCall inside;
+	const GLuint handle = make(values...);
+	if (told)
+		note_call(name, ANIMATION_NO_OBJECT,
+		    std::string(name) + '(' + arguments +
+		        ") = " + (handle == ANIMATION_NO_HANDLE ? "none" : std::to_string(handle)));
+	return handle;
+}
+
+} // namespace
+
+/* ---- Life cycle ----------------------------------------------------------------------------- */
+
+void Init(void)
+{
+	static const auto next = next_function(&Init, "Init");
+	if (is_told())
+		note_call("Init", ANIMATION_NO_OBJECT, "Init()");
+	next();
+}
+
+void DeInit(void)
+{
+	static const auto next = next_function(&DeInit, "DeInit");
+	next();
+	if (is_heard())
+		tell_end();
+}
+
+/* ---- Objects -------------------------------------------------------------------------------- */
+
+unsigned int CreateAnimationObj(AnimationType type, void *para)
+{
+	static const auto next = next_function(&CreateAnimationObj, "CreateAnimationObj");
+	return tell_creation(
+	    "CreateAnimationObj", is_told() ? type_name(type) : std::string(), next, type, para);
+}
+
+void UpdateAnimationObj(unsigned int id, void *para)
+{
+	static const auto next = next_function(&UpdateAnimationObj, "UpdateAnimationObj");
+	if (is_told())
+		note_call("UpdateAnimationObj", id,
+		    "UpdateAnimationObj(" + id_text(id) + ", " + update_text_of(id, para) + ')');
+	note_update();
+	const InsideCall inside;
+	next(id, para);
+}
+
+void RemoveAnimationObj(unsigned int id, DeleteObjMode mode)
+{
+	static const auto next = next_function(&RemoveAnimationObj, "RemoveAnimationObj");
+	if (is_told())
+		note_call("RemoveAnimationObj", id,
+		    "RemoveAnimationObj(" + id_text(id) + ", " + removal_text(mode) + ')');
+	next(id, mode);
+}
+
+/* ---- Objects, type by type ------------------------------------------------------------------ */
+
+#define IN_FRONT_OF_TYPE(Type, Para)                                                               \
+	unsigned int Create##Type##Animation(Para *para)                                               \
+	{                                                                                              \
+		static const auto next =                                                                   \
+		    next_function(&Create##Type##Animation, "Create" #Type "Animation");                   \
+		return tell_creation("Create" #Type "Animation", "", next, para);                          \
+	}                                                                                              \
+	void Update##Type##Animation(unsigned int id, Para *para)                                      \
+	{                                                                                              \
+		static const auto next =                                                                   \
+		    next_function(&Update##Type##Animation, "Update" #Type "Animation");                   \
+		tell_update("Update" #Type "Animation", next, id, para);                                   \
+	}
+
+IN_FRONT_OF_TYPE(Background, Backgroud_animationpara)
+IN_FRONT_OF_TYPE(Flash, Flash_animationpara)
+IN_FRONT_OF_TYPE(TexCut, TexCut_animationpara)
+IN_FRONT_OF_TYPE(FadeInOutLoop, FadeInOutLoop_animationpara)
+IN_FRONT_OF_TYPE(GraduallyDispLoop, GraduallyDispLoop_animationpara)
+IN_FRONT_OF_TYPE(SeqLoop, SeqLoop_animationpara)
+IN_FRONT_OF_TYPE(VideoGST, VideoGST_animationpara)
+IN_FRONT_OF_TYPE(VideoRAW, VideoRAW_animationpara)
+
+/* ---- Texture handles and image files -------------------------------------------------------- */
+
+GLuint CreateTexture(int width, int height, int textureType, const void *data)
+{
+	static const auto next = next_function(&CreateTexture, "CreateTexture");
+	const std::string arguments =
+	    is_told() ? std::to_string(width) + ", " + std::to_string(height) : std::string();
+	return tell_handle("CreateTexture", arguments, next, width, height, textureType, data);
+}
+
+GLuint CreateTextureByName(const char *tex_fname)
+{
+	static const auto next = next_function(&CreateTextureByName, "CreateTextureByName");
+	return tell_handle(
+	    "CreateTextureByName", tex_fname,
+	    [&](const char *file) { return tell_picture(file, next, file); }, tex_fname);
+}
+
+GLuint CreateTextureByPng(const char *tex_fname)
+{
+	static const auto next = next_function(&CreateTextureByPng, "CreateTextureByPng");
+	return tell_handle(
+	    "CreateTextureByPng", tex_fname,
+	    [&](const char *file) { return tell_picture(file, next, file); }, tex_fname);
+}
+
+void DeleteTexture(GLuint tex)
+{
+	static const auto next = next_function(&DeleteTexture, "DeleteTexture");
+	if (is_told())
+		note_call(
+		    "DeleteTexture", ANIMATION_NO_OBJECT, "DeleteTexture(" + std::to_string(tex) + ')');
+	next(tex);
+}
+
+int load_texture_bmp(GLuint tex, const char *filename)
+{
+	static const auto next = next_function(&load_texture_bmp, "load_texture_bmp");
+	return tell_picture(filename, next, tex, filename);
+}
+
+int load_texture_png(GLuint tex, const char *filename)
+{
+	static const auto next = next_function(&load_texture_png, "load_texture_png");
+	return tell_picture(filename, next, tex, filename);
+}
+
+/* ---- The player ----------------------------------------------------------------------------- */
+
+int StartGSTPlay(const char *uri)
+{
+	static const auto next = next_function(&StartGSTPlay, "StartGSTPlay");
+	if (is_heard() && uri)
+		note_playback_request(uri);
+	const bool told = is_told();
+	const int result = next(uri);
+	if (told && uri)
+		note_call("StartGSTPlay", ANIMATION_NO_OBJECT,
+		    std::string("StartGSTPlay(") + uri + ") = " + std::to_string(result));
+	return result;
+}
+
+void StopGSTPlay(void)
+{
+	static const auto next = next_function(&StopGSTPlay, "StopGSTPlay");
+	if (is_told())
+		note_call("StopGSTPlay", ANIMATION_NO_OBJECT, "StopGSTPlay()");
+	note_playback_stop();
+	next();
+}
+
+void GSTplayControl(GSTControl order)
+{
+	static const auto next = next_function(&GSTplayControl, "GSTplayControl");
+	if (is_told())
+		note_call("GSTplayControl", ANIMATION_NO_OBJECT,
+		    order == GST_PAUSE ? "GSTplayControl(GST_PAUSE)" : "GSTplayControl(GST_PLAY)");
+	note_playback_control(order == GST_PAUSE);
+	next(order);
+}
+
+int SetGSTPlayAnimationId(unsigned int id1, void *para1, unsigned int id2, void *para2)
+{
+	static const auto next = next_function(&SetGSTPlayAnimationId, "SetGSTPlayAnimationId");
+	if (is_told())
+		note_call("SetGSTPlayAnimationId", id1,
+		    "SetGSTPlayAnimationId(" + id_text(id1) + ", " + id_text(id2) + ')');
+	return next(id1, para1, id2, para2);
+}
+
+/* On its thread: a playback runs from here to the return. */
+void *message_thread(void *arg)
+{
+	static const auto next = next_function(&message_thread, "message_thread");
+	note_playback_start();
+	void *result = next(arg);
+	note_playback_end();
+	return result;
+}
+
+GstFlowReturn pad_new_sample(GstElement *sink, CustomData *dataplayer)
+{
+	static const auto next = next_function(&pad_new_sample, "pad_new_sample");
+	begin_delivery();
+	const GstFlowReturn result = next(sink, dataplayer);
+	end_delivery();
+	return result;
+}

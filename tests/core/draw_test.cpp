@@ -9,20 +9,30 @@ namespace
 
 struct DrawTest : OffscreenTest {
 	float position3d[12];
-	float texcoord[8];
+	float texcoord[3][8]; /* of a unit: everywhere the middle of its column of four */
 	RenderObj quad = {.coordnum = 4,
 	    .position3d = position3d,
-	    .texturecoord0 = texcoord,
-	    .texturecoord1 = texcoord,
-	    .texturecoord2 = texcoord,
+	    .texturecoord0 = texcoord[0],
+	    .texturecoord1 = texcoord[1],
+	    .texturecoord2 = texcoord[2],
 	    .constant_color = {0.2f, 0.9f, 0.4f, 0.8f}};
 
 	void SetUp() override
 	{
 		Convert2DTo3DPosition(viewport_strip, position3d, 4);
-		GenTextureCoord(texcoord, 4, true);
+		for (int unit = 0; unit < 3; unit++)
+			for (int i = 0; i < 8; i++)
+				texcoord[unit][i] = i % 2 ? 0.5f : (2 * unit + 1) / 8.0f;
 		myIdentity(quad.mvp);
 		myPersp(quad.mvp, 90.0f, 2.0f, 0.1f, 1000.0f);
+	}
+
+	/* Has the colour only where the unit's coordinates look. */
+	static GLuint texture_of(unsigned int unit, Pixel pixel)
+	{
+		Pixel row[4] = {};
+		row[unit] = pixel;
+		return CreateTexture(4, 1, GL_BGRA_EXT, row);
 	}
 
 	/* Draws with these textures on the units, and deletes them. */
@@ -75,8 +85,8 @@ TEST_F(DrawTest, CombinesTexturesOnBothViewports)
 		for (const ViewPortID vp_id : {VP_LCD0, VP_LCD1}) {
 			quad.vp_id = vp_id;
 			glClear(GL_COLOR_BUFFER_BIT);
-			draw({solid_texture({40, 100, 200, 180}), solid_texture({220, 150, 20, c.second_alpha}),
-			    solid_texture({1, 2, 3, 160})});
+			draw({texture_of(0, {40, 100, 200, 180}), texture_of(1, {220, 150, 20, c.second_alpha}),
+			    texture_of(2, {1, 2, 3, 160})});
 			EXPECT_TRUE(looks_like(pixel_at(vp_id), c.expected))
 			    << "blending mode " << c.blendingmode << ", render mode " << c.rendermode;
 			EXPECT_EQ(pixel_at(vp_id == VP_LCD0 ? VP_LCD1 : VP_LCD0), kBelow);

@@ -200,6 +200,11 @@ TEST_F(LoopFamiliesTest, LookAsTheirPhaseTells)
 			const RenderObj &drawn = *object(id).renderobj;
 			const char blend = blends[frame];
 			EXPECT_EQ(drawn.prealpha0, alphas[frame]);
+			/* Unit 1 of a gradual display looks at a part of the mask. */
+			const bool masked = families[i] == &kGradual;
+			for (const float *copy :
+			    {masked ? drawn.texturecoord2 : drawn.texturecoord1, drawn.texturecoord2})
+				EXPECT_TRUE(std::equal(copy, copy + 2 * drawn.coordnum, drawn.texturecoord0));
 			EXPECT_EQ(
 			    unsigned{drawn.blendingmode}, BLD_ALPHA_MASK | (blend == 's'      ? BLD_SOURCE
 			                                                       : blend == 'm' ? BLD_SOURCE_SUB

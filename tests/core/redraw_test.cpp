@@ -42,12 +42,13 @@ struct RedrawTest : OffscreenTest {
 		return CreateAnimationObj(ANI_VIDEO_RAW, &video_para);
 	}
 
-	/* A grey frame for the whole left viewport. */
-	void feed(unsigned int id)
+	/* A grey frame for a whole viewport. */
+	void feed(unsigned int id, ViewPortID vp_id = VP_LCD0)
 	{
 		static std::uint8_t pixels[6] = {126, 126, 126, 126, 128, 128};
 		BufferInfoRAW frame = {2, 2, 2, pixels, {}};
 		video_para.bufinfo = &frame;
+		video_para.in_position2d.vp_id = vp_id;
 		video_para.update = UPD_TEXS;
 		UpdateAnimationObj(id, &video_para);
 	}
@@ -58,6 +59,7 @@ constexpr Pixel kGrey = {128, 128, 128};
 TEST_F(RedrawTest, DrawsVideosOnTopAndOnlyWhenNew)
 {
 	const unsigned int video = create_video();
+	const unsigned int other = create_video();
 	EXPECT_TRUE(turn()); /* the geometry counts as new */
 	EXPECT_FALSE(turn());
 	feed(video);
@@ -65,6 +67,11 @@ TEST_F(RedrawTest, DrawsVideosOnTopAndOnlyWhenNew)
 	EXPECT_TRUE(looks_like(pixel_at(VP_LCD0, 1), kGrey));
 	EXPECT_EQ(pixel_at(VP_LCD1, 1), kBlack);
 	EXPECT_FALSE(turn());
+	feed(video); /* videos alone are cleared for once, not one by one */
+	feed(other, VP_LCD1);
+	EXPECT_TRUE(turn());
+	for (const ViewPortID vp_id : {VP_LCD0, VP_LCD1})
+		EXPECT_TRUE(looks_like(pixel_at(vp_id, 1), kGrey));
 
 	create_image(1000);
 	feed(video);

@@ -11,6 +11,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -21,6 +22,7 @@ namespace
 constexpr int kWaitingClients = 16;
 constexpr std::string_view kFolderName = "animation-host-";
 constexpr char kSocketName[] = "wayland-0";
+constexpr time_t kLongestMaking = 60; /* seconds, of a folder with its socket */
 
 /* ---- Folders of the dead ---- */
 
@@ -35,14 +37,17 @@ int lock_folder(const fs::path &folder)
 	return -1;
 }
 
-/* Ours, and past the moment in which a folder is made but not locked: the socket comes after. */
-bool is_whole(int folder)
+/* Ours, and past the moment in which a folder is made but not locked: the socket comes after. Where
+ * it never came the moment is over all the same. */
+bool is_swept(int folder)
 {
-	struct stat status;
-	return fstat(folder, &status) == 0 && status.st_uid == geteuid() &&
-	       (status.st_mode & 07777) == S_IRWXU &&
-	       fstatat(folder, kSocketName, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-	       S_ISSOCK(status.st_mode);
+	struct stat status, socket;
+	if (fstat(folder, &status) != 0 || status.st_uid != geteuid() ||
+	    (status.st_mode & 07777) != S_IRWXU)
+		return false;
+	if (fstatat(folder, kSocketName, &socket, AT_SYMLINK_NOFOLLOW) == 0)
+		return S_ISSOCK(socket.st_mode);
+	return errno == ENOENT && status.st_mtime < time(nullptr) - kLongestMaking;
 }
 
 void sweep(const fs::path &place)
@@ -54,7 +59,7 @@ void sweep(const fs::path &place)
 			continue;
 		const int lock = lock_folder(it->path());
 		std::error_code ignored;
-		if (lock >= 0 && is_whole(lock))
+		if (lock >= 0 && is_swept(lock))
 			fs::remove_all(it->path(), ignored);
 		if (lock >= 0)
 			close(lock);

@@ -207,6 +207,17 @@ TEST_F(HostTest, SweepsTheFolderOfADeadHostAlone)
 	kill(owner.pid, SIGKILL);
 	end_of(owner);
 	EXPECT_EQ(sees_folder(), 1);
+
+	/* One that was ended before it had a socket, and one that is about to make it. */
+	const fs::path half = folder + "/animation-host-half", young = folder + "/animation-host-young";
+	for (const fs::path &made : {half, young}) {
+		fs::create_directory(made);
+		fs::permissions(made, fs::perms::owner_all);
+	}
+	fs::last_write_time(half, fs::file_time_type::clock::now() - 2min);
+	EXPECT_EQ(run("-- true"), 0);
+	EXPECT_FALSE(fs::exists(half));
+	EXPECT_TRUE(fs::exists(young));
 }
 
 TEST_F(HostTest, KeepsItsDescriptorsFromTheProgram)

@@ -22,6 +22,7 @@ void print_usage(FILE *stream)
 	    "usage: animation-host [OPTION]... -- PROGRAM [ARGUMENT]...\n"
 	    "Runs a program on a compositor of its own, 2304 by 576 pixels, drawn in software.\n"
 	    "%s"
+	    "  --report FILE.json    write what the run came to: docs/report.md\n"
 	    "  --verbose             print the program's Wayland requests to the standard error\n"
 	    "Only the frames in which the program draws count. The exit status is the program's. It is 0\n"
 	    "if the host ended the program: after N frames, or because the window was closed.\n",
@@ -62,10 +63,17 @@ int run(int argc, char **argv)
 			print_usage(stdout);
 			return 0;
 		}
-		if (strcmp(argv[index], "--verbose") != 0)
+		if (strcmp(argv[index], "--verbose") == 0) {
+			options.verbose = true;
+			index++;
+			continue;
+		}
+		if (strcmp(argv[index], "--report") != 0)
 			return refuse(std::string("unknown option ") + argv[index]);
-		options.verbose = true;
-		index++;
+		options.report = index + 1 < argc ? argv[index + 1] : "";
+		if (options.report.empty())
+			return refuse("--report wants a file name");
+		index += 2;
 	}
 	if (index + 1 >= argc)
 		return refuse("no program is named after --");

@@ -1,7 +1,9 @@
 #include <host/probe_link.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <map>
 #include <utility>
 
 #include <sys/socket.h>
@@ -24,6 +26,7 @@ struct ProbeLink {
 	int theirs = -1;
 	wl_event_source *source = nullptr;
 	std::string received; /* of a line that is not whole */
+	std::map<const void *, WatchLevel> levels;
 };
 
 void ProbeLinkCloser::operator()(ProbeLink *link) const
@@ -105,6 +108,16 @@ void close_program_end(ProbeLink &link)
 {
 	if (link.theirs >= 0)
 		close(std::exchange(link.theirs, -1));
+}
+
+void watch(ProbeLink &link, const void *who, WatchLevel level)
+{
+	constexpr const char *kNames[] = {"off", "times", "objects"};
+	link.levels[who] = level;
+	for (const auto &[other, others_level] : link.levels)
+		level = std::max(level, others_level);
+	send_command(link,
+	    std::string(R"({"command":"watch","level":")") + kNames[static_cast<int>(level)] + "\"}");
 }
 
 /* A command is short, so that a part of it is never left: the socket takes all or nothing. */

@@ -27,6 +27,10 @@ int program_end(const ProbeLink &link);
 /* To be called when the program has it. */
 void close_program_end(ProbeLink &link);
 
+/* How closely the probe looks. It looks as closely as the closest of those who do. */
+enum class WatchLevel { off, times, objects };
+void watch(ProbeLink &link, const void *who, WatchLevel level);
+
 /* Sends {"command": ...}, without a line end. A program that reads nothing loses commands, sooner
  * or later; false then. */
 bool send_command(ProbeLink &link, const std::string &line);

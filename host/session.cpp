@@ -17,6 +17,7 @@
 #include <host/child_environment.h>
 #include <host/compositor.h>
 #include <host/session_signals.h>
+#include <probe/report.h>
 
 namespace
 {
@@ -46,6 +47,8 @@ struct Session {
 	SourcePtr window_timer; /* the sources go before the loop they are in */
 	SourcePtr signals;
 	SourcePtr child_report;
+	ReportPtr report;
+	std::vector<ProbeListener> listeners;
 	ProbeLinkPtr probe;
 	std::uint64_t pictures = 0;
 	Child child;
@@ -106,6 +109,8 @@ void take_picture(Session &session, const Picture &picture)
 	if (session.ending)
 		return;
 	session.pictures++;
+	if (session.report)
+		report_commit(*session.report);
 	if (!show_picture(*session.sinks, picture) ||
 	    session.pictures == session.options.pictures.frames)
 		finish(session);
@@ -122,24 +127,43 @@ int service_window(void *data)
 
 /* ---- The probe ---- */
 
+bool begin_report(Session &session, std::string *error)
+{
+	if (session.options.report.empty())
+		return true;
+	session.report = open_report(session.options.report, "host", session.options.program[0], error);
+	session.listeners.push_back(
+	    {WatchLevel::times, [&session](ProbeLink &, const std::string &line) {
+		     report_message(*session.report, line);
+	     }});
+	return session.report != nullptr;
+}
+
 bool open_probe(Session &session, std::string *error)
 {
-	const std::vector<ProbeListener> &listeners = session.options.listeners;
-	if (listeners.empty())
+	if (session.listeners.empty())
 		return true;
 	session.probe = open_probe_link(
 	    compositor_loop(*session.compositor),
-	    [&listeners](ProbeLink &link, const std::string &line) {
-		    for (const ProbeListener &listener : listeners)
+	    [&session](ProbeLink &link, const std::string &line) {
+		    for (const ProbeListener &listener : session.listeners)
 			    listener.on_line(link, line);
 	    },
 	    error);
 	if (!session.probe)
 		return false;
-	for (const ProbeListener &listener : listeners)
-		if (!listener.first_command.empty())
-			send_command(*session.probe, listener.first_command);
+	for (const ProbeListener &listener : session.listeners)
+		watch(*session.probe, &listener, listener.level);
 	return true;
+}
+
+bool end_report(Session &session, int status)
+{
+	std::string error;
+	if (!session.report || write_report(*session.report, status, &error))
+		return true;
+	complain(error);
+	return false;
 }
 
 /* ---- The course of a session ---- */
@@ -157,7 +181,8 @@ bool open_parts(Session &session, std::string *error)
 	if (session.options.verbose)
 		options.on_request = [](const std::string &text) { fprintf(stderr, "%s\n", text.c_str()); };
 	session.compositor = open_compositor(std::move(options), error);
-	return session.compositor && open_probe(session, error);
+	session.listeners = session.options.listeners;
+	return session.compositor && begin_report(session, error) && open_probe(session, error);
 }
 
 bool add_sources(Session &session)
@@ -188,6 +213,8 @@ int start_program(Session &session)
 	std::vector<int> inherited = session.options.descriptors;
 	if (probe_fd >= 0)
 		inherited.insert(std::upper_bound(inherited.begin(), inherited.end(), probe_fd), probe_fd);
+	if (session.report)
+		report_start(*session.report);
 	const int reason = start_child(session.options.program,
 	    child_environment(compositor_folder(*session.compositor),
 	        compositor_socket(*session.compositor), probe_fd),
@@ -222,9 +249,10 @@ int run_program(Session &session)
 	release_child(&session.child);
 	const int status = final_status(session);
 	std::string report;
-	const bool complete = finish_sinks(*session.sinks, &report);
+	bool complete = finish_sinks(*session.sinks, &report);
 	if (!report.empty())
 		complain(report);
+	complete = end_report(session, status) && complete;
 	return complete || status != 0 ? status : exit_failure;
 }
 

@@ -9,13 +9,14 @@
 
 /* Who looks into the program. With one of these the program gets the probe. */
 struct ProbeListener {
-	std::string first_command; /* such as that of the level to watch at; empty: none */
+	WatchLevel level = WatchLevel::off; /* at first */
 	std::function<void(ProbeLink &, const std::string &line)> on_line;
 };
 
 struct SessionOptions {
 	SinkArguments pictures;
 	bool verbose = false;
+	std::string report; /* file; empty: none */
 	std::vector<ProbeListener> listeners;
 	std::vector<int> descriptors; /* of ours that the program inherits */
 	char *const *program;         /* and its arguments, ended by null */

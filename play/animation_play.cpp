@@ -24,6 +24,7 @@ struct Arguments {
 	SinkArguments sinks;
 	Stretch stretch;
 	std::uint64_t jobs = 1;
+	std::string report; /* file; empty: none */
 	std::string scene;
 };
 
@@ -40,6 +41,7 @@ void print_usage(FILE *stream)
 	    "  --from N, --to N      only the frames from N on, or up to N, counted from 1 in the whole\n"
 	    "                        scene: those before are run, but not drawn\n"
 	    "  --jobs N              draw N slices at once, each in a process\n"
+	    "  --report FILE.json    write what the run came to: docs/report.md\n"
 	    "\n"
 	    "The exit status is 0 for a scene that was played, to its end or to SIGINT or SIGTERM; 1 if\n"
 	    "something failed while playing; 2 for a scene or arguments that are wrong.\n",
@@ -83,6 +85,11 @@ std::string take_arguments(int argc, char **argv, Arguments *arguments)
 			if (!parse_count(value, count))
 				return option + " wants a number from 1 up, not \"" + value + "\"";
 			arguments->has_sinks = true;
+		} else if (std::strcmp(argv[i], "--report") == 0) {
+			arguments->report = ++i < argc ? argv[i] : "";
+			if (arguments->report.empty())
+				return "--report wants a file name";
+			arguments->has_sinks = true;
 		} else if (std::strcmp(argv[i], "--offline") == 0)
 			arguments->offline = true;
 		else if (argv[i][0] == '-' || !arguments->scene.empty())
@@ -94,14 +101,18 @@ std::string take_arguments(int argc, char **argv, Arguments *arguments)
 		return "no scene given";
 	if (arguments->jobs > 1 && arguments->sinks.sinks.window)
 		return "--window shows one process's frames, so it does not go with --jobs";
+	if (!arguments->report.empty() && (arguments->jobs > 1 || arguments->stretch.from > 1))
+		return "--report tells of a whole run, so it goes with neither --jobs nor --from";
 	if (arguments->has_sinks && !arguments->offline)
 		return "pictures of a live scene are the compositor's, give these options to animation-host";
 	return "";
 }
 
 /* Reading the scene changes the working folder. */
-void fix_paths(SinkOptions *sinks)
+void fix_paths(SinkOptions *sinks, std::string *report)
 {
+	if (!report->empty())
+		*report = std::filesystem::absolute(*report);
 	if (!sinks->record.empty())
 		sinks->record = std::filesystem::absolute(sinks->record);
 	for (Snapshot &snapshot : sinks->snapshots)
@@ -129,6 +140,8 @@ bool play_offline(const Arguments &arguments, const Scene &scene, std::string *e
 	Stretch stretch = stretch_of(arguments, scene);
 	if (stretch.from > 1 || arguments.jobs > 1)
 		return play_in_slices(scene, arguments.sinks, stretch, arguments.jobs, error);
+	if (!arguments.report.empty())
+		return play_reported(scene, arguments.sinks, stretch, arguments.report, error);
 	return play_offline(scene, arguments.sinks, &stretch, error) == Played::whole;
 }
 
@@ -161,7 +174,7 @@ int run(int argc, char **argv)
 		print_usage(stderr);
 		return kWrongInput;
 	}
-	fix_paths(&arguments.sinks.sinks);
+	fix_paths(&arguments.sinks.sinks, &arguments.report);
 	try {
 		return play(arguments);
 	} catch (const SceneError &error) {

@@ -37,6 +37,11 @@ Played play_offline(
 bool play_in_slices(const Scene &scene, const SinkArguments &arguments, const Stretch &stretch,
     std::uint64_t jobs, std::string *error);
 
+/* As play_offline from the first frame on, with a report of it in a file: docs/report.md. False
+ * with *error set. */
+bool play_reported(const Scene &scene, const SinkArguments &arguments, Stretch stretch,
+    const std::string &report, std::string *error);
+
 /* On the Wayland display that the environment names, at the library's own pace; to the end of the
  * scene, or until SIGINT or SIGTERM. False with *error set. */
 bool play_live(const Scene &scene, std::string *error);

@@ -190,12 +190,16 @@ void describe_status(JsonText &json, AnimationStatus status)
 	json.close(']');
 }
 
+std::uint32_t texture_count(const RenderObj &renderobj)
+{
+	return std::min<std::uint32_t>(renderobj.tex_num, ANIMATION_MAX_TEXTURES);
+}
+
 void describe_textures(JsonText &json, const RenderObj &renderobj)
 {
 	json.key("textures");
 	json.open('[');
-	const std::uint32_t count = std::min<std::uint32_t>(renderobj.tex_num, ANIMATION_MAX_TEXTURES);
-	for (std::uint32_t i = 0; i < count; i++) {
+	for (std::uint32_t i = 0; i < texture_count(renderobj); i++) {
 		json.open('{');
 		json.member("name", renderobj.textures[i]);
 		const std::optional<TextureFacts> facts = find_texture(renderobj.textures[i]);
@@ -256,6 +260,26 @@ void describe_objects(JsonText &json, const AnimationObj *head)
 			}
 			describe_object(json, *obj, rect);
 		}
+	}
+	json.close(']');
+}
+
+void describe_texture_bytes(JsonText &json, const AnimationObj *head)
+{
+	json.open('[');
+	for (const AnimationObj *obj = head; obj; obj = obj->next) {
+		std::uint64_t bytes = 0;
+		for (std::uint32_t i = 0; i < texture_count(*obj->renderobj); i++)
+			if (const auto facts = find_texture(obj->renderobj->textures[i]))
+				bytes += facts->bytes;
+		if (bytes == 0)
+			continue;
+		json.open('{');
+		json.member("id", obj->objId);
+		json.key("type");
+		json.value(type_name(obj->animationtype));
+		json.member("bytes", bytes);
+		json.close('}');
 	}
 	json.close(']');
 }

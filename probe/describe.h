@@ -15,6 +15,10 @@ struct SurfaceRect {
 /* Writes the objects in drawing order as an array. g_mutex is held. */
 void describe_objects(JsonText &json, const AnimationObj *head);
 
+/* Writes how many bytes the textures of each object have, as an array of those that have any.
+ * g_mutex is held. */
+void describe_texture_bytes(JsonText &json, const AnimationObj *head);
+
 /* "ANI_FLASH"; "ANI_ and the number" for what is no type. */
 std::string type_name(AnimationType type);
 

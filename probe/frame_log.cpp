@@ -1,6 +1,7 @@
 #include <probe/frame_log.h>
 
-#include <algorithm>
+#include <array>
+#include <iterator>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -37,6 +38,9 @@ struct Notes {
 
 std::mutex lock; /* guards the notes */
 Notes notes;
+
+constexpr const char *kFates[] = {"created", "refused", "updated", "removed", "freed"};
+std::array<std::atomic<std::uint64_t>, std::size(kFates)> totals;
 
 Notes take_notes()
 {
@@ -93,6 +97,20 @@ void write_times(JsonText &json, const FrameTimes &times)
 
 } // namespace
 
+void count(Fate fate)
+{
+	totals[static_cast<std::size_t>(fate)].fetch_add(1, std::memory_order_relaxed);
+}
+
+void write_totals(JsonText &json)
+{
+	json.key("totals");
+	json.open('{');
+	for (std::size_t i = 0; i < totals.size(); i++)
+		json.member(kFates[i], totals[i].load(std::memory_order_relaxed));
+	json.close('}');
+}
+
 void note_call(const char *name, unsigned int object, std::string text)
 {
 	const std::lock_guard hold(lock);
@@ -110,7 +128,7 @@ void note_picture(const char *file, double ms, std::uint64_t bytes)
 }
 
 std::string frame_message(std::uint32_t frame, const FrameTimes &times, const std::string &player,
-    const AnimationObj *const *head, unsigned dropped)
+    const AnimationObj *head, ListParts parts, unsigned dropped)
 {
 	const Notes taken = take_notes();
 	const TextureBytes bytes = texture_bytes();
@@ -126,9 +144,14 @@ std::string frame_message(std::uint32_t frame, const FrameTimes &times, const st
 	write_pictures(json, taken);
 	json.key("player");
 	json.raw(player);
-	if (head) {
+	write_totals(json);
+	if (parts.texture_bytes) {
+		json.key("bytes_by_object");
+		describe_texture_bytes(json, head);
+	}
+	if (parts.objects) {
 		json.key("objects");
-		describe_objects(json, *head);
+		describe_objects(json, head);
 	}
 	json.close('}');
 	return json.text();

@@ -11,6 +11,7 @@
 #include <string>
 
 #include <animation/animation.h>
+#include <probe/json_text.h>
 
 /* In rising order of what a frame costs. */
 enum class Level {
@@ -26,6 +27,17 @@ inline bool is_watched()
 	return watched.load(std::memory_order_relaxed) != Level::kOff;
 }
 
+/* What has happened to objects so far. */
+enum class Fate {
+	kCreated,
+	kRefused, /* no object was made of a record */
+	kUpdated, /* by the application or the player */
+	kRemoved, /* its removal was asked for */
+	kFreed,
+};
+void count(Fate fate);
+void write_totals(JsonText &json);
+
 /* Notes a call of the library. The object may be ANIMATION_NO_OBJECT. */
 void note_call(const char *name, unsigned int object, std::string text);
 
@@ -39,6 +51,12 @@ struct FrameTimes {
 	bool committed; /* it has drawn and swapped */
 };
 
+/* What the list is told in. With g_mutex held, if any of it is true. */
+struct ListParts {
+	bool objects;
+	bool texture_bytes;
+};
+
 /* The message of a frame. Forgets what was noted. */
 std::string frame_message(std::uint32_t frame, const FrameTimes &times, const std::string &player,
-    const AnimationObj *const *head, unsigned dropped);
+    const AnimationObj *head, ListParts parts, unsigned dropped);

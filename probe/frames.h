@@ -2,9 +2,13 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 /* The frame that runs, or the next one: so many have run. Any thread. */
 std::uint32_t frame_number();
+
+/* Does what a line of the listener says. Render thread. */
+void obey(std::string_view line);
 
 /* Told by what stands in front of EGL. Render thread. */
 void note_swap(double ms);

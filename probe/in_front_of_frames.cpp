@@ -10,9 +10,12 @@
 #include <player/player.h>
 #include <probe/frame_log.h>
 #include <probe/json_text.h>
+#include <probe/marks.h>
 #include <probe/next_function.h>
 #include <probe/pace.h>
 #include <probe/playback_log.h>
+#include <probe/probe.h>
+#include <probe/textures.h>
 #include <probe/wire.h>
 #include <render/render.h>
 
@@ -30,6 +33,7 @@ unsigned dropped;     /* messages since the last that went */
 double swap_ms;       /* of this frame */
 bool is_committed;    /* this frame */
 bool has_bound_image; /* this frame, of a streamed video */
+bool has_level;       /* the listener has said at which it watches */
 
 double ms_between(Clock::time_point from, Clock::time_point to)
 {
@@ -67,33 +71,13 @@ void set_paused(bool paused)
 	tell_pace(paused ? "paused" : "running");
 }
 
-void obey(std::string_view line)
-{
-	const std::string_view command = value_of(line, "command");
-	if (command == "watch") {
-		const std::string_view level = value_of(line, "level");
-		watched = level == "objects" ? Level::kObjects
-		          : level == "times" ? Level::kTimes
-		                             : Level::kOff;
-	} else if (command == "pause") {
-		set_paused(true);
-	} else if (command == "continue") {
-		set_paused(false);
-	} else if (command == "step") {
-		pace.is_paused = true;
-		pace.steps++;
-	} else if (command == "speed") {
-		set_speed(pace, strtod(std::string(value_of(line, "factor")).c_str(), nullptr));
-	}
-}
-
 void take_commands()
 {
 	static bool is_first = true;
-	if (std::exchange(is_first, false))
-		watched = Level::kOff;
 	for (std::string line; take_line(&line);)
 		obey(line);
+	if (std::exchange(is_first, false) && !has_level)
+		watched = Level::kOff;
 }
 
 /* ---- One frame ------------------------------------------------------------------------------ */
@@ -104,16 +88,28 @@ std::string player_text()
 	return playback_text(position());
 }
 
+/* The bytes of each object only when they have changed: that is seldom. */
+ListParts wanted_parts()
+{
+	static std::uint64_t told_version;
+	const std::uint64_t version = textures_version();
+	return {
+	    .objects = watched == Level::kObjects,
+	    .texture_bytes = std::exchange(told_version, version) != version,
+	};
+}
+
 std::string message_of(const FrameTimes &times)
 {
 	static auto *const mutex = find_symbol<pthread_mutex_t>("g_mutex");
 	static auto *const head = find_symbol<AnimationObj *>("animationItemHead");
-	const bool has_objects = watched == Level::kObjects;
-	if (has_objects)
+	const ListParts parts = wanted_parts();
+	const bool is_locked = parts.objects || parts.texture_bytes;
+	if (is_locked)
 		pthread_mutex_lock(mutex);
-	std::string message =
-	    frame_message(frames_run, times, player_text(), has_objects ? head : nullptr, dropped);
-	if (has_objects)
+	std::string message = frame_message(
+	    frame_number(), times, player_text(), is_locked ? *head : nullptr, parts, dropped);
+	if (is_locked)
 		pthread_mutex_unlock(mutex);
 	return message;
 }
@@ -132,6 +128,16 @@ void tell_frame(Clock::time_point start, Clock::time_point end)
 		dropped++;
 }
 
+void tell_first_picture(Clock::time_point start)
+{
+	static bool is_over;
+	if (is_over || !is_committed)
+		return;
+	is_over = true;
+	pass_mark(Mark::kNextFrame, start);
+	send_line(first_picture_message(), Importance::kMustArrive);
+}
+
 template <class Draw>
 void run_frame(Draw draw)
 {
@@ -148,6 +154,7 @@ void run_frame(Draw draw)
 		tell_frame(start, end);
 	else
 		send_rest();
+	tell_first_picture(start);
 	last_end = end;
 	frames_run.fetch_add(1, std::memory_order_relaxed);
 	if (pace.is_paused)
@@ -160,6 +167,27 @@ void run_frame(Draw draw)
 std::uint32_t frame_number()
 {
 	return frames_run.load(std::memory_order_relaxed);
+}
+
+void obey(std::string_view line)
+{
+	const std::string_view command = value_of(line, "command");
+	if (command == "watch") {
+		const std::string_view level = value_of(line, "level");
+		has_level = true;
+		watched = level == "objects" ? Level::kObjects
+		          : level == "times" ? Level::kTimes
+		                             : Level::kOff;
+	} else if (command == "pause") {
+		set_paused(true);
+	} else if (command == "continue") {
+		set_paused(false);
+	} else if (command == "step") {
+		pace.is_paused = true;
+		pace.steps++;
+	} else if (command == "speed") {
+		set_speed(pace, strtod(std::string(value_of(line, "factor")).c_str(), nullptr));
+	}
 }
 
 void note_swap(double ms)
@@ -184,6 +212,8 @@ void tell_end()
 	json.member("type", "end");
 	json.member("frame", frame_number());
 	json.member("left_objects", left);
+	json.member("texture_bytes", texture_bytes().alive);
+	write_totals(json);
 	json.close('}');
 	send_line(json.text(), Importance::kMustArrive);
 }
@@ -198,4 +228,19 @@ void redraw(void *data, wl_callback *callback, uint32_t time)
 		run_frame([&] { next(data, callback, time); });
 	else
 		last_end = Clock::now();
+}
+
+void probe_hear(ProbeHearer *take)
+{
+	hear_in_process(take);
+}
+
+void probe_tell_end()
+{
+	tell_end();
+}
+
+void probe_command(const std::string &line)
+{
+	obey(line);
 }

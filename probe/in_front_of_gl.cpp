@@ -10,6 +10,7 @@
 #include <GLES2/gl2ext.h>
 
 #include <probe/frames.h>
+#include <probe/marks.h>
 #include <probe/next_function.h>
 #include <probe/textures.h>
 #include <probe/wire.h>
@@ -132,8 +133,10 @@ EXPORTED EGLBoolean EGLAPIENTRY eglSwapBuffers(EGLDisplay display, EGLSurface su
 	if (!is_heard())
 		return next(display, surface);
 	using Clock = std::chrono::steady_clock;
+	pass_mark(Mark::kDraw);
 	const Clock::time_point start = Clock::now();
 	const EGLBoolean result = next(display, surface);
+	pass_mark(Mark::kSwap);
 	note_swap(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
 	return result;
 }

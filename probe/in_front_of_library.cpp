@@ -5,6 +5,7 @@
 #include <probe/describe.h>
 #include <probe/frame_log.h>
 #include <probe/frames.h>
+#include <probe/marks.h>
 #include <probe/next_function.h>
 #include <probe/playback_log.h>
 #include <probe/textures.h>
@@ -51,7 +52,11 @@ unsigned int tell_creation(
 {
 	const bool told = is_told();
 	const InsideCall inside;
+	if (is_heard() && depth == 1)
+		pass_mark(Mark::kCreate);
 	const unsigned int id = create(values...);
+	if (is_heard() && depth == 1)
+		count(id == ANIMATION_NO_OBJECT ? Fate::kRefused : Fate::kCreated);
 	if (told)
 		note_call(name, id, std::string(name) + '(' + arguments + ") = " + id_text(id));
 	return id;
@@ -66,6 +71,8 @@ void tell_update(
 		note_call(name, id,
 		    std::string(name) + '(' + id_text(id) + ", " +
 		        (para ? update_text(para->update) : "NULL") + ')');
+	if (is_heard() && depth == 0)
+		count(Fate::kUpdated);
 	const InsideCall inside;
 	update(id, para);
 }
@@ -123,7 +130,46 @@ void Init(void)
 	static const auto next = next_function(&Init, "Init");
 	if (is_told())
 		note_call("Init", ANIMATION_NO_OBJECT, "Init()");
+	if (is_heard())
+		pass_mark(Mark::kLoad);
 	next();
+	if (is_heard())
+		pass_mark(Mark::kFirstTurn);
+}
+
+/* Each of these ends the step before it. */
+void *main_thread(void *unused)
+{
+	static const auto next = next_function(&main_thread, "main_thread");
+	if (is_heard())
+		pass_mark(Mark::kStartThread);
+	return next(unused);
+}
+
+void init_egl(struct display *display, struct window *window)
+{
+	static const auto next = next_function(&init_egl, "init_egl");
+	if (is_heard())
+		pass_mark(Mark::kConnect);
+	next(display, window);
+}
+
+void create_surface(struct window *window)
+{
+	static const auto next = next_function(&create_surface, "create_surface");
+	if (is_heard())
+		pass_mark(Mark::kEgl);
+	next(window);
+	if (is_heard())
+		pass_mark(Mark::kSurface);
+}
+
+void init_gl(struct window *window)
+{
+	static const auto next = next_function(&init_gl, "init_gl");
+	next(window);
+	if (is_heard())
+		pass_mark(Mark::kPrograms);
 }
 
 void DeInit(void)
@@ -149,6 +195,8 @@ void UpdateAnimationObj(unsigned int id, void *para)
 	if (is_told())
 		note_call("UpdateAnimationObj", id,
 		    "UpdateAnimationObj(" + id_text(id) + ", " + update_text_of(id, para) + ')');
+	if (is_heard())
+		count(Fate::kUpdated);
 	note_update();
 	const InsideCall inside;
 	next(id, para);
@@ -160,7 +208,17 @@ void RemoveAnimationObj(unsigned int id, DeleteObjMode mode)
 	if (is_told())
 		note_call("RemoveAnimationObj", id,
 		    "RemoveAnimationObj(" + id_text(id) + ", " + removal_text(mode) + ')');
+	if (is_heard())
+		count(Fate::kRemoved);
 	next(id, mode);
+}
+
+void RemoveAnimationObjReal(unsigned int id)
+{
+	static const auto next = next_function(&RemoveAnimationObjReal, "RemoveAnimationObjReal");
+	if (is_heard())
+		count(Fate::kFreed);
+	next(id);
 }
 
 /* ---- Objects, type by type ------------------------------------------------------------------ */

@@ -13,6 +13,7 @@ struct {
 	std::mutex lock; /* guards the rest */
 	std::unordered_map<GLuint, TextureFacts> facts;
 	TextureBytes bytes = {};
+	std::uint64_t version = 0;
 } textures;
 
 struct Format {
@@ -36,6 +37,7 @@ void forget(GLuint name)
 	if (found == textures.facts.end())
 		return;
 	textures.bytes.alive -= found->second.bytes;
+	textures.version += found->second.bytes > 0;
 	textures.facts.erase(found);
 }
 
@@ -45,6 +47,7 @@ void note(GLuint name, const TextureFacts &facts)
 	forget(name);
 	textures.facts.emplace(name, facts);
 	textures.bytes.alive += facts.bytes;
+	textures.version += facts.bytes > 0;
 	textures.bytes.peak = std::max(textures.bytes.peak, textures.bytes.alive);
 }
 
@@ -84,4 +87,10 @@ TextureBytes texture_bytes()
 {
 	const std::lock_guard hold(textures.lock);
 	return textures.bytes;
+}
+
+std::uint64_t textures_version()
+{
+	const std::lock_guard hold(textures.lock);
+	return textures.version;
 }

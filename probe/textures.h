@@ -25,3 +25,6 @@ void forget_textures(GLsizei count, const GLuint *names);
 
 std::optional<TextureFacts> find_texture(GLuint name);
 TextureBytes texture_bytes();
+
+/* Another number whenever the bytes of a texture are others. */
+std::uint64_t textures_version();

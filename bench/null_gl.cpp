@@ -579,7 +579,7 @@ const GLubyte *glGetString(GLenum name)
 {
 	const char *text = name == GL_VERSION ? "OpenGL ES 2.0 null" : "null";
 	if (name == GL_EXTENSIONS)
-		text = "GL_EXT_texture_format_BGRA8888 GL_OES_EGL_image_external";
+		text = "GL_EXT_texture_format_BGRA8888 GL_EXT_read_format_bgra GL_OES_EGL_image_external";
 	return reinterpret_cast<const GLubyte *>(text);
 }
 

@@ -48,6 +48,6 @@ bool Caught::waits_for(const std::string &part, double seconds) const
 void Caught::clear()
 {
 	fflush(nullptr);
-	ftruncate(file, 0);
+	EXPECT_EQ(ftruncate(file, 0), 0);
 	lseek(file, 0, SEEK_SET);
 }

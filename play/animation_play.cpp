@@ -9,8 +9,11 @@
 
 #include <unistd.h>
 
-#include <play/performance.h>
 #include <sinks/standard_descriptors.h>
+#include <studio/studio.h>
+
+#include <play/performance.h>
+#include <play/studio.h>
 
 namespace
 {
@@ -25,6 +28,7 @@ struct Arguments {
 	Stretch stretch;
 	std::uint64_t jobs = 1;
 	std::string report; /* file; empty: none */
+	StudioArgument studio;
 	std::string scene;
 };
 
@@ -33,6 +37,7 @@ void print_usage(FILE *stream)
 	std::fprintf(stream,
 	    "usage: animation-play SCENE.json\n"
 	    "       animation-play --offline [OPTIONS] SCENE.json\n"
+	    "       animation-play --studio [PORT] SCENE.json\n"
 	    "       animation-play --help | --version\n"
 	    "\n"
 	    "Without --offline the scene plays on the Wayland display of the environment;\n"
@@ -42,6 +47,9 @@ void print_usage(FILE *stream)
 	    "                        scene: those before are run, but not drawn\n"
 	    "  --jobs N              draw N slices at once, each in a process\n"
 	    "  --report FILE.json    write what the run came to: docs/report.md\n"
+	    "\n"
+	    "With --studio it plays on a page for the browser, whose address is printed. There it can be\n"
+	    "paused, led to any frame and edited. PORT is one of 127.0.0.1; without it, any that is free.\n"
 	    "\n"
 	    "The exit status is 0 for a scene that was played, to its end or to SIGINT or SIGTERM; 1 if\n"
 	    "something failed while playing; 2 for a scene or arguments that are wrong.\n",
@@ -79,6 +87,10 @@ std::string take_arguments(int argc, char **argv, Arguments *arguments)
 		case ArgumentResult::not_ours:
 			break;
 		}
+		if (take_studio_argument(argc, argv, &next, &arguments->studio)) {
+			i = next - 1;
+			continue;
+		}
 		if (std::uint64_t *const count = count_of(argv[i], arguments)) {
 			const std::string option = argv[i];
 			const std::string value = ++i < argc ? argv[i] : "";
@@ -103,6 +115,8 @@ std::string take_arguments(int argc, char **argv, Arguments *arguments)
 		return "--window shows one process's frames, so it does not go with --jobs";
 	if (!arguments->report.empty() && (arguments->jobs > 1 || arguments->stretch.from > 1))
 		return "--report tells of a whole run, so it goes with neither --jobs nor --from";
+	if (arguments->studio.is_wanted && (arguments->offline || arguments->has_sinks))
+		return "--studio goes without --offline and its options";
 	if (arguments->has_sinks && !arguments->offline)
 		return "pictures of a live scene are the compositor's, give these options to animation-host";
 	return "";
@@ -145,11 +159,19 @@ bool play_offline(const Arguments &arguments, const Scene &scene, std::string *e
 	return play_offline(scene, arguments.sinks, &stretch, error) == Played::whole;
 }
 
+/* The studio reads the scene itself, as often as it is written. */
+bool play_scene(const Arguments &arguments, std::string *error)
+{
+	if (arguments.studio.is_wanted)
+		return play_in_studio(arguments.scene, arguments.studio.options, error);
+	const Scene scene = read_scene(arguments.scene);
+	return arguments.offline ? play_offline(arguments, scene, error) : play_live(scene, error);
+}
+
 int play(const Arguments &arguments)
 {
-	const Scene scene = read_scene(arguments.scene);
 	std::string error;
-	if (arguments.offline ? play_offline(arguments, scene, &error) : play_live(scene, &error))
+	if (play_scene(arguments, &error))
 		return 0;
 	if (!error.empty())
 		std::fprintf(stderr, "animation-play: %s\n", error.c_str());

@@ -30,6 +30,7 @@ OFFERED = {
         "standard_descriptors.h",
     ],
     "probe": ["next_function.h", "probe.h", "report.h"],
+    "studio": ["studio.h", "recording.h"],
     "device": [],
     "host": ["compositor.h"],
     "play": [],

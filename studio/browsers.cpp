@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include <nlohmann/json.hpp>
@@ -138,6 +139,16 @@ void watch(Studio &studio)
 	post_command(studio, json{{"command", "watch"}, {"level", level}}.dump());
 }
 
+/* That a page is ready, which is between it and us. */
+bool is_more(std::string_view text)
+{
+	constexpr std::size_t kLongest = 100; /* a command can be long */
+	if (text.size() > kLongest)
+		return false;
+	const json message = json::parse(text, nullptr, false);
+	return message.is_object() && message.value("command", json()) == "more";
+}
+
 void handle_message(SoupWebsocketConnection *, gint kind, GBytes *message, gpointer data)
 {
 	if (kind != SOUP_WEBSOCKET_DATA_TEXT)
@@ -145,8 +156,7 @@ void handle_message(SoupWebsocketConnection *, gint kind, GBytes *message, gpoin
 	auto &browser = *static_cast<Browser *>(data);
 	gsize size = 0;
 	const auto *text = static_cast<const char *>(g_bytes_get_data(message, &size));
-	constexpr std::string_view kMore = R"({"command":"more"})";
-	if (std::string_view(text, size) != kMore) {
+	if (!is_more({text, size})) {
 		post_command(*browser.studio, std::string(text, size));
 		return;
 	}

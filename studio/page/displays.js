@@ -14,6 +14,8 @@ const hint = reader.innerHTML;
 const surface = new OffscreenCanvas(2 * WIDTH, HEIGHT);
 const surfaceContext = surface.getContext('2d', { willReadFrequently: true, alpha: false });
 
+const rem = () => parseFloat(getComputedStyle(document.documentElement).fontSize);
+
 let exact = false;
 let outlines = false;
 let pointer = null; // on the surface
@@ -44,7 +46,7 @@ export function objectsAt(point) {
 }
 
 function drawOutline(context, object, isChosen) {
-	const scale = WIDTH / context.canvas.clientWidth; // a line of one pixel on the screen
+	const scale = (WIDTH / context.canvas.clientWidth) * rem() / 12; // as large as the page's text
 	const [x, y, width, height] = object.rect;
 	context.lineWidth = (isChosen ? 2 : 1) * scale;
 	context.strokeStyle = 'rgb(0 0 0 / 60%)';
@@ -54,7 +56,7 @@ function drawOutline(context, object, isChosen) {
 	context.setLineDash(isChosen ? [] : [4 * scale, 3 * scale]);
 	context.strokeRect(x - (object.viewport ? WIDTH : 0), y, width, height);
 	context.setLineDash([]);
-	context.font = `${12 * scale}px monospace`;
+	context.font = `${11 * scale}px monospace`;
 	const label = labelOf(object);
 	const left = Math.max(0, x - (object.viewport ? WIDTH : 0));
 	const top = Math.max(0, y);

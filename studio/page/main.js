@@ -10,6 +10,7 @@ const $ = (id) => document.getElementById(id);
 
 let state = { program: 'connecting' };
 let isLost = false;
+let fault = ''; // of the scene
 
 const isScene = () => state.kind === 'scene';
 const isRunning = () => state.program === 'running';
@@ -27,7 +28,7 @@ function showState() {
 	document.title = `${state.title || 'studio'} – ${shown}`;
 	$('state').textContent = isLost ? 'the host has gone' : words[state.program] ?? state.program;
 	$('state').className = `chip ${shown}`;
-	$('trouble').textContent = $('trouble').title = state.text ?? '';
+	$('trouble').textContent = $('trouble').title = fault || (state.text ?? '');
 	$('play').textContent = isRunning() ? 'Pause' : 'Play';
 	$('record').setAttribute('aria-pressed', String(Boolean(state.recording)));
 	$('record').textContent = state.recording ? 'Stop' : 'Record';
@@ -69,6 +70,10 @@ on('frame', (message) => {
 	if (document.activeElement !== $('seek-number')) $('seek-number').value = message.frame;
 	if (!$('seek').matches(':active')) $('seek').value = message.frame;
 	document.body.dataset.frame = message.frame;
+});
+on('scene-error', ({ line, text }) => {
+	fault = text && (line ? `line ${line}: ${text}` : text);
+	showState();
 });
 on('lost', () => {
 	isLost = true;

@@ -43,7 +43,7 @@ const cells = [
 	['name', (object) => object.name ?? ''],
 	['kind', (object) => object.kind],
 	['', (object) => object.viewport],
-	['', (object) => object.status.join(' ') || 'PREPARE'],
+	['status', (object) => object.status.map((bit) => bit.replace('ST_', '')).join(' ') || 'PREPARE'],
 	['number', (object) => (object.curframeno === 65535 ? '–' : object.curframeno)],
 	['number', (object) => object.cur_loopcnt],
 	['number', (object) => short(object.alpha)],
@@ -66,6 +66,7 @@ function setText(node, text) {
 function fillRow(row, object) {
 	row.classList.toggle('hidden', !object.rect);
 	cells.forEach(([, text], index) => setText(row.cells[index], String(text(object))));
+	row.title = object.status.join(' ');
 }
 
 function showList() {
@@ -99,7 +100,7 @@ function valuesOf(object) {
 		['name', object.name],
 		['kind', object.kind],
 		['viewport', `VP_LCD${object.viewport}`],
-		['status', object.status.map((bit) => `ST_${bit.replace(/^ST_/, '')}`).join(' ') || 'ST_PREPARE'],
+		['status', object.status.join(' ') || 'ST_PREPARE'],
 		['curframeno', object.curframeno],
 		['cur_loopcnt', object.cur_loopcnt],
 		['rectangle', rect ? `${rect[0] - (object.viewport ? 1152 : 0)}, ${rect[1]}  ${rect[2]} × ${rect[3]}` : 'not drawn'],

@@ -8,6 +8,7 @@ const HEADROOM = 1.25; // of the slowest frames that fit
 
 const canvas = document.getElementById('graph');
 const calls = document.getElementById('calls');
+const tab = document.getElementById('tab-calls');
 
 const frames = [];
 let chosenFrame = null; // the message; null: the newest
@@ -43,8 +44,7 @@ function drawScale(context, scale, most) {
 	context.strokeStyle = colour('line');
 	context.fillStyle = colour('muted');
 	context.lineWidth = 1;
-	const size = 11 * window.devicePixelRatio;
-	context.font = `${size}px monospace`;
+	context.font = `${0.85 * parseFloat(style.fontSize) * window.devicePixelRatio}px monospace`;
 	context.textAlign = 'right';
 	for (let value = step; value < most; value += step) {
 		const y = Math.round(canvas.height - value * scale) + 0.5;
@@ -147,8 +147,9 @@ function frameAt(event) {
 
 canvas.addEventListener('click', (event) => {
 	chooseFrame(frameAt(event));
-	document.getElementById('tab-calls').click();
+	tab.click();
 });
+tab.addEventListener('click', () => chooseFrame(chosenFrame));
 canvas.addEventListener('pointermove', (event) => {
 	const frame = frameAt(event);
 	canvas.title = frame ? `frame ${frame.frame}: ${milliseconds(frame.turn_ms)}` : '';

@@ -23,6 +23,8 @@ void print_usage(FILE *stream)
 	    "Runs a program on a compositor of its own, 2304 by 576 pixels, drawn in software.\n"
 	    "%s"
 	    "  --report FILE.json    write what the run came to: docs/report.md\n"
+	    "  --studio [PORT]       show them on a page for the browser, which can pause and step the\n"
+	    "                        program, and stays after its end until Ctrl-C\n"
 	    "  --verbose             print the program's Wayland requests to the standard error\n"
 	    "Only the frames in which the program draws count. The exit status is the program's. It is 0\n"
 	    "if the host ended the program: after N frames, or because the window was closed.\n",
@@ -59,6 +61,8 @@ int run(int argc, char **argv)
 			continue;
 		if (result == ArgumentResult::wrong)
 			return refuse(error);
+		if (take_studio_argument(argc, argv, &index, &options.studio))
+			continue;
 		if (strcmp(argv[index], "--help") == 0) {
 			print_usage(stdout);
 			return 0;

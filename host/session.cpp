@@ -17,6 +17,7 @@
 #include <host/child_environment.h>
 #include <host/compositor.h>
 #include <host/session_signals.h>
+#include <host/studio_view.h>
 #include <probe/report.h>
 
 namespace
@@ -50,11 +51,14 @@ struct Session {
 	ReportPtr report;
 	std::vector<ProbeListener> listeners;
 	ProbeLinkPtr probe;
+	StudioViewPtr view;
 	std::uint64_t pictures = 0;
 	Child child;
 	int wait_status = SIGKILL; /* unless its guard tells another one */
 	bool ending = false;       /* the program has ended or was told to */
 	bool finished = false;     /* because all is done, which is no failure of it */
+	bool leaving = false;      /* nothing is waited for once the program has gone */
+	bool is_alone = false;     /* it has */
 };
 
 void complain(const std::string &message)
@@ -75,7 +79,21 @@ void finish(Session &session)
 	if (session.ending)
 		return;
 	session.finished = true;
+	session.leaving = true;
 	end_child(session);
+}
+
+/* The studio stays, to tell how the program ended. */
+void part_with_child(Session &session)
+{
+	session.is_alone = true;
+	session.child_report.reset();
+	if (session.probe)
+		drain_probe_link(*session.probe);
+	if (session.view)
+		tell_end(*session.view, session.wait_status);
+	if (session.leaving || !session.view)
+		stop_compositor(*session.compositor);
 }
 
 /* Pictures may still come from what the program started. */
@@ -84,7 +102,7 @@ int handle_report(int, std::uint32_t, void *data)
 	auto &session = *static_cast<Session *>(data);
 	session.ending = true;
 	if (!hear_of_child(session.child, &session.wait_status))
-		stop_compositor(*session.compositor);
+		part_with_child(session);
 	return 0;
 }
 
@@ -94,7 +112,10 @@ int handle_signal(int fd, std::uint32_t, void *data)
 	signalfd_siginfo info;
 	if (read(fd, &info, sizeof(info)) != sizeof(info))
 		return 0;
-	if (info.ssi_signo == SIGTERM || info.ssi_signo == SIGHUP)
+	session.leaving = true;
+	if (session.is_alone)
+		stop_compositor(*session.compositor);
+	else if (info.ssi_signo == SIGTERM || info.ssi_signo == SIGHUP)
 		end_child(session);
 	/* A terminal sends Ctrl-C to the program as well, and the second one would kill it. */
 	else if (info.ssi_code != SI_KERNEL)
@@ -111,6 +132,8 @@ void take_picture(Session &session, const Picture &picture)
 	session.pictures++;
 	if (session.report)
 		report_commit(*session.report);
+	if (session.view)
+		take_picture(*session.view, picture);
 	if (!show_picture(*session.sinks, picture) ||
 	    session.pictures == session.options.pictures.frames)
 		finish(session);
@@ -166,7 +189,28 @@ bool end_report(Session &session, int status)
 	return false;
 }
 
+bool open_view(Session &session, std::string *error)
+{
+	const StudioArgument &studio = session.options.studio;
+	if (!studio.is_wanted)
+		return true;
+	session.view = open_studio_view(
+	    studio.options, session.options.program[0], compositor_loop(*session.compositor), error);
+	session.listeners.push_back(
+	    {WatchLevel::times, [&session](ProbeLink &link, const std::string &line) {
+		     take_line(*session.view, link, line);
+	     }});
+	return session.view != nullptr;
+}
+
 /* ---- The course of a session ---- */
+
+void title_all(Session &session, const std::string &title)
+{
+	title_sinks(*session.sinks, title);
+	if (session.view)
+		set_title(*session.view, title);
+}
 
 bool open_parts(Session &session, std::string *error)
 {
@@ -176,13 +220,14 @@ bool open_parts(Session &session, std::string *error)
 		return false;
 	CompositorOptions options = {
 	    .on_picture = [&session](const Picture &picture) { take_picture(session, picture); },
-	    .on_title = [&session](const std::string &title) { title_sinks(*session.sinks, title); },
+	    .on_title = [&session](const std::string &title) { title_all(session, title); },
 	};
 	if (session.options.verbose)
 		options.on_request = [](const std::string &text) { fprintf(stderr, "%s\n", text.c_str()); };
 	session.compositor = open_compositor(std::move(options), error);
 	session.listeners = session.options.listeners;
-	return session.compositor && begin_report(session, error) && open_probe(session, error);
+	return session.compositor && begin_report(session, error) && open_view(session, error) &&
+	       open_probe(session, error);
 }
 
 bool add_sources(Session &session)

@@ -150,10 +150,13 @@ bool start_server(Studio &studio, std::uint16_t port, std::string *error)
 	studio.server = soup_server_new("server-header", "animation-studio", nullptr);
 	/* Pictures are compressed already. */
 	soup_server_remove_websocket_extension(studio.server, SOUP_TYPE_WEBSOCKET_EXTENSION_DEFLATE);
-	soup_server_add_early_handler(studio.server, nullptr, check_request, &studio, nullptr);
+	/* Of the handlers only those of the longest path are asked. */
+	const std::string socket = "/" + studio.token + "/socket";
+	for (const char *path : {static_cast<const char *>(nullptr), socket.c_str()})
+		soup_server_add_early_handler(studio.server, path, check_request, &studio, nullptr);
 	soup_server_add_handler(studio.server, nullptr, handle_request, &studio, nullptr);
-	soup_server_add_websocket_handler(studio.server, ("/" + studio.token + "/socket").c_str(),
-	    nullptr, nullptr, handle_websocket, &studio, nullptr);
+	soup_server_add_websocket_handler(
+	    studio.server, socket.c_str(), nullptr, nullptr, handle_websocket, &studio, nullptr);
 
 	GError *failure = nullptr;
 	if (!soup_server_listen_local(studio.server, port, SOUP_SERVER_LISTEN_IPV4_ONLY, &failure)) {

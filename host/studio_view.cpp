@@ -9,6 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <probe/report.h>
 #include <studio/recording.h>
 
 using nlohmann::json;
@@ -24,6 +25,7 @@ struct StudioView {
 	double speed = 1;
 	std::uint32_t frame = 0; /* the newest that the probe has told */
 	Recording recording;
+	ReportPtr report; /* kept in mind, for who asks for it */
 };
 
 namespace
@@ -80,6 +82,8 @@ void obey(StudioView &view, const json &command)
 	} else if (name == "snapshot") {
 		offer_file(*view.studio, "frame-" + std::to_string(view.frame) + ".png",
 		    last_picture_file(*view.studio));
+	} else if (name == "report") {
+		offer_file(*view.studio, "report.json", report_text(*view.report, 0));
 	} else if (name == "watch") {
 		view.level =
 		    command.value("level", "") == "objects" ? WatchLevel::objects : WatchLevel::times;
@@ -126,7 +130,8 @@ StudioViewPtr open_studio_view(
 {
 	StudioViewPtr view(new StudioView{.title = title});
 	view->studio = open_studio(options, error);
-	if (!view->studio)
+	view->report = open_report("/dev/null", "host", title, error);
+	if (!view->studio || !view->report)
 		return nullptr;
 	view->orders = wl_event_loop_add_fd(
 	    loop, studio_descriptor(*view->studio), WL_EVENT_READABLE, handle_orders, view.get());
@@ -162,6 +167,7 @@ void take_line(StudioView &view, ProbeLink &link, const std::string &line)
 		view.probe = &link;
 		watch_probe(view);
 	}
+	report_message(*view.report, line);
 	const json message = json::parse(line, nullptr, false);
 	const std::string type = message.is_object() ? message.value("type", "") : "";
 	if (type == "paused" || type == "running") {
@@ -178,6 +184,7 @@ void take_picture(StudioView &view, const Picture &picture)
 {
 	show_in_studio(*view.studio, picture, view.frame + 1);
 	record_in_studio(view.recording, picture);
+	report_commit(*view.report);
 }
 
 void tell_end(StudioView &view, int wait_status)

@@ -1,5 +1,6 @@
 #include <play/scene_run.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <optional>
 #include <utility>
@@ -39,6 +40,8 @@ bool begin_again(SceneRun &run, std::string *error)
 bool skip_to(
     SceneRun &run, std::uint32_t frame, std::optional<std::uint32_t> *swapped, std::string *error)
 {
+	if (run.look)
+		run.look(false);
 	for (; run.next_frame < frame; ++run.next_frame) {
 		if (!play_steps(run.stage, run.next_frame, error))
 			return false;
@@ -74,10 +77,15 @@ void SceneRunCloser::operator()(SceneRun *run) const
 
 bool play_frame(SceneRun &run, std::string *error)
 {
+	const auto start = std::chrono::steady_clock::now();
+	if (run.look)
+		run.look(true);
 	if (!play_steps(run.stage, run.next_frame, error))
 		return false;
 	run.has_swapped = draw_turn(*run.window);
 	++run.next_frame;
+	run.turn_ms =
+	    std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 	if (run.has_swapped)
 		read_picture(*run.window, &run.picture);
 	return true;

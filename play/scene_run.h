@@ -16,6 +16,9 @@ struct SceneRun {
 	std::uint32_t next_frame = 0; /* that is to be played */
 	OffscreenPicture picture;     /* what a viewer sees of the frame before */
 	bool has_swapped = false;     /* in the frame before */
+	double turn_ms = 0;           /* of the frame before */
+	void (*look)(
+	    bool) = nullptr; /* told whether the turns to come are drawn, as skipped ones are many */
 };
 struct SceneRunCloser {
 	void operator()(SceneRun *run) const;

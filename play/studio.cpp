@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -21,10 +20,9 @@
 #include <studio/recording.h>
 #include <studio/studio.h>
 
-#include <play/call_text.h>
-#include <play/describe.h>
 #include <play/scene_run.h>
 #include <play/scene_watch.h>
+#include <play/studio_messages.h>
 
 using nlohmann::json;
 
@@ -113,18 +111,11 @@ Picture picture_of(const SceneRun &run)
 	    .stride = static_cast<std::size_t>(run.picture.width) * 4};
 }
 
-void publish_frame(Director &director, Milliseconds turn, std::size_t first_step)
+void publish_frame(Director &director)
 {
-	const SceneRun &run = *director.run;
-	publish(*director.studio, {
-	                              {"type", "frame"},
-	                              {"frame", frame_of(director)},
-	                              {"turn_ms", std::round(turn.count() * 100) / 100},
-	                              {"committed", run.has_swapped},
-	                              {"calls", call_texts(run.stage, first_step)},
-	                              {"objects", describe_objects(run.stage)},
-	                          });
-	show_in_studio(*director.studio, picture_of(run), frame_of(director));
+	for (const json &message : take_messages(*director.run))
+		publish(*director.studio, message);
+	show_in_studio(*director.studio, picture_of(*director.run), frame_of(director));
 }
 
 void publish_scene_text(Director &director)
@@ -164,14 +155,11 @@ void go(Director &director, Go go_there)
 	if (!director.run)
 		return;
 	std::string error;
-	const auto start = Clock::now();
-	const std::size_t first_step = director.run->stage.next_step;
-	const bool has_arrived = go_there(*director.run, &error);
-	if (!has_arrived) {
+	if (!go_there(*director.run, &error)) {
 		stop_at(director, error);
 		return;
 	}
-	publish_frame(director, Clock::now() - start, first_step);
+	publish_frame(director);
 	record_in_studio(director.recording, picture_of(*director.run));
 }
 
@@ -217,6 +205,8 @@ void load_scene(Director &director)
 		Scene scene = read_scene(director.path);
 		director.run.reset(); /* the window is for one run */
 		director.run = open_scene_run(*director.window, std::move(scene), &error);
+		if (director.run)
+			director.run->look = look;
 	} catch (const SceneError &complaint) {
 		publish_scene_error(director, complaint.what());
 		publish_state(director);
@@ -286,6 +276,14 @@ void offer_snapshot(Director &director)
 	    last_picture_file(*director.studio));
 }
 
+/* A page that comes while the scene stands gets its objects, too. */
+void watch(Director &director, const std::string &level)
+{
+	set_watch_level(level);
+	if (level == "objects" && !director.is_playing && frame_of(director) < farthest_seek(director))
+		go_to(director, frame_of(director));
+}
+
 /* True if the state may be another one now. */
 bool obey(Director &director, const json &command)
 {
@@ -306,9 +304,13 @@ bool obey(Director &director, const json &command)
 		record(director, command.value("on", false));
 	else if (name == "snapshot")
 		offer_snapshot(director);
+	else if (name == "watch")
+		watch(director, command.value("level", ""));
+	else if (name == "report")
+		offer_file(*director.studio, "report.json", report_of_studio());
 	else if (name == "save" && !write_scene(director.path, command.value("text", "")))
 		director.trouble = "the scene could not be written";
-	return name != "watch" && name != "seek" && name != "snapshot";
+	return name != "watch" && name != "seek" && name != "snapshot" && name != "report";
 }
 
 /* Of several seeks only the last one counts: a slider is faster than the frames. */
@@ -375,6 +377,7 @@ bool play_in_studio(const std::string &scene_path, const StudioOptions &options,
 	director.studio = open_studio(options, error);
 	if (!director.studio)
 		return false;
+	begin_to_hear();
 	director.window = open_offscreen_window(error);
 	if (!director.window)
 		return false;

@@ -371,11 +371,14 @@ void report_commit(Report &report)
 		report.commit_ms = now_ms();
 }
 
+std::string report_text(const Report &report, int status)
+{
+	return whole(report, status).dump(1, '\t', false, Json::error_handler_t::replace) + '\n';
+}
+
 bool write_report(Report &report, int status, std::string *error)
 {
-	const std::string text =
-	    whole(report, status).dump(1, '\t', false, Json::error_handler_t::replace) + '\n';
-	bool done = write_all(report.fd, text);
+	bool done = write_all(report.fd, report_text(report, status));
 	done = close(std::exchange(report.fd, -1)) == 0 && done;
 	if (done && !report.unfinished.empty())
 		done = rename(report.unfinished.c_str(), report.path.c_str()) == 0;

@@ -27,6 +27,9 @@ void report_message(Report &report, const std::string &line);
 /* The compositor has got a surface buffer. */
 void report_commit(Report &report);
 
+/* What the run has come to so far, as the text of the file. */
+std::string report_text(const Report &report, int status);
+
 /* Writes the file and gives it its name. status is the exit status of the program. False with the
  * reason in *error. */
 bool write_report(Report &report, int status, std::string *error);

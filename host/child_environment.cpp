@@ -129,25 +129,28 @@ void add_companions(Environment &environment, const fs::path &private_folder)
 }
 
 /* Before the import, so that it sees the calls of the program and not those of the import. */
-void add_probe(Environment &environment, const fs::path &private_folder, int fd)
+void add_probe(Environment &environment, const fs::path &private_folder, int fd, bool checks)
 {
 	environment.erase("ANIMATION_PROBE_FD");
+	environment.erase("ANIMATION_PROBE_CHECK");
 	if (fd < 0)
 		return;
 	put_in_front(environment, "LD_PRELOAD", offer_companion(kProbe, private_folder));
 	environment["ANIMATION_PROBE_FD"] = std::to_string(fd);
+	if (checks)
+		environment["ANIMATION_PROBE_CHECK"] = "1";
 }
 
 } // namespace
 
 std::vector<std::string> child_environment(
-    const std::string &folder, const std::string &socket, int probe_fd)
+    const std::string &folder, const std::string &socket, int probe_fd, bool checks)
 {
 	Environment environment = own_environment();
 	lead_to_compositor(environment, folder, socket);
 	force_software_drawing(environment);
 	add_companions(environment, folder);
-	add_probe(environment, folder, probe_fd);
+	add_probe(environment, folder, probe_fd, checks);
 	std::vector<std::string> entries;
 	for (const auto &[name, value] : environment)
 		entries.push_back(name + '=' + value);

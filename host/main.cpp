@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <host/child.h>
+#include <host/findings_printer.h>
 #include <host/session.h>
 #include <sinks/standard_descriptors.h>
 
@@ -15,6 +16,7 @@ namespace
 
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
+constexpr int kExitFindings = 3;
 
 void print_usage(FILE *stream)
 {
@@ -22,6 +24,8 @@ void print_usage(FILE *stream)
 	    "usage: animation-host [OPTION]... -- PROGRAM [ARGUMENT]...\n"
 	    "Runs a program on a compositor of its own, 2304 by 576 pixels, drawn in software.\n"
 	    "%s"
+	    "  --check[=strict]      tell what the program does wrong, a line each on the standard error;\n"
+	    "                        strict: exit status 3 if there was anything\n"
 	    "  --report FILE.json    write what the run came to: docs/report.md\n"
 	    "  --studio [PORT]       show them on a page for the browser, which can pause and step the\n"
 	    "                        program, and stays after its end until Ctrl-C\n"
@@ -47,11 +51,28 @@ int refuse(const std::string &message)
 	_exit(kExitFailure);
 }
 
+enum class Checks { kNone, kTell, kStrict };
+
+/* False if the argument is no option without a value. */
+bool take_flag(const char *argument, SessionOptions *options, Checks *checks)
+{
+	if (strcmp(argument, "--verbose") == 0)
+		options->verbose = true;
+	else if (strcmp(argument, "--check") == 0)
+		*checks = Checks::kTell;
+	else if (strcmp(argument, "--check=strict") == 0)
+		*checks = Checks::kStrict;
+	else
+		return false;
+	return true;
+}
+
 int run(int argc, char **argv)
 {
 	SessionOptions options = {};
 	options.descriptors = open_descriptors();
 	occupy_standard_descriptors();
+	Checks checks = Checks::kNone;
 	int index = 1;
 	while (index < argc && strcmp(argv[index], "--") != 0) {
 		std::string error;
@@ -67,8 +88,7 @@ int run(int argc, char **argv)
 			print_usage(stdout);
 			return 0;
 		}
-		if (strcmp(argv[index], "--verbose") == 0) {
-			options.verbose = true;
+		if (take_flag(argv[index], &options, &checks)) {
 			index++;
 			continue;
 		}
@@ -83,7 +103,11 @@ int run(int argc, char **argv)
 		return refuse("no program is named after --");
 	options.program = argv + index + 1;
 
-	return run_session(options);
+	unsigned long findings = 0;
+	if (checks != Checks::kNone)
+		options.listeners.push_back(findings_printer(&findings));
+	const int status = run_session(options);
+	return checks == Checks::kStrict && findings > 0 ? kExitFindings : status;
 }
 
 } // namespace

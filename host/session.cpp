@@ -196,11 +196,17 @@ bool open_view(Session &session, std::string *error)
 		return true;
 	session.view = open_studio_view(
 	    studio.options, session.options.program[0], compositor_loop(*session.compositor), error);
-	session.listeners.push_back(
-	    {WatchLevel::times, [&session](ProbeLink &link, const std::string &line) {
-		     take_line(*session.view, link, line);
-	     }});
+	session.listeners.push_back({WatchLevel::times,
+	    [&session](
+	        ProbeLink &link, const std::string &line) { take_line(*session.view, link, line); },
+	    true});
 	return session.view != nullptr;
+}
+
+bool wants_findings(const Session &session)
+{
+	return std::any_of(session.listeners.begin(), session.listeners.end(),
+	    [](const ProbeListener &listener) { return listener.wants_findings; });
 }
 
 /* ---- The course of a session ---- */
@@ -262,7 +268,7 @@ int start_program(Session &session)
 		report_start(*session.report);
 	const int reason = start_child(session.options.program,
 	    child_environment(compositor_folder(*session.compositor),
-	        compositor_socket(*session.compositor), probe_fd),
+	        compositor_socket(*session.compositor), probe_fd, wants_findings(session)),
 	    inherited, &session.child);
 	if (session.probe)
 		close_program_end(*session.probe);

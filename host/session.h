@@ -12,6 +12,7 @@
 struct ProbeListener {
 	WatchLevel level = WatchLevel::off; /* at first */
 	std::function<void(ProbeLink &, const std::string &line)> on_line;
+	bool wants_findings = false; /* of mistakes in the calls */
 };
 
 struct SessionOptions {

@@ -8,7 +8,10 @@
 #include <utility>
 
 #include <player/player.h>
+#include <probe/checks.h>
+#include <probe/findings.h>
 #include <probe/frame_log.h>
+#include <probe/inside_call.h>
 #include <probe/json_text.h>
 #include <probe/marks.h>
 #include <probe/next_function.h>
@@ -143,8 +146,13 @@ void run_frame(Draw draw)
 {
 	swap_ms = 0;
 	is_committed = has_bound_image = false;
+	if (is_checking())
+		check_frame();
 	const Clock::time_point start = Clock::now();
-	draw();
+	{
+		const InsideCall inside;
+		draw();
+	}
 	const Clock::time_point end = Clock::now();
 	if (has_bound_image && is_committed)
 		note_shown_frame();

@@ -1,4 +1,5 @@
 /* In front of the calls of GL and EGL that tell the memory of textures, and the swaps. */
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <mutex>
@@ -9,6 +10,8 @@
 #include <GLES2/gl2.h>
 #include <GLES2/gl2ext.h>
 
+#include <probe/checks.h>
+#include <probe/findings.h>
 #include <probe/frames.h>
 #include <probe/marks.h>
 #include <probe/next_function.h>
@@ -153,10 +156,21 @@ EXPORTED void GL_APIENTRY glTexImage2D(GLenum target, GLint level, GLint interna
 		note_texture(static_cast<GLuint>(name), width, height, format);
 }
 
+EXPORTED void GL_APIENTRY glGenTextures(GLsizei count, GLuint *names)
+{
+	static const auto next = next_function(&glGenTextures, "glGenTextures");
+	next(count, names);
+	if (is_heard() && is_checking())
+		std::for_each_n(names, count, note_texture_made);
+}
+
 EXPORTED void GL_APIENTRY glDeleteTextures(GLsizei count, const GLuint *names)
 {
 	static const auto next = next_function(&glDeleteTextures, "glDeleteTextures");
 	next(count, names);
-	if (is_heard())
-		forget_textures(count, names);
+	if (!is_heard())
+		return;
+	forget_textures(count, names);
+	if (is_checking())
+		std::for_each_n(names, count, note_texture_deleted);
 }

@@ -2,9 +2,12 @@
 #include <chrono>
 
 #include <player/player.h>
+#include <probe/checks.h>
 #include <probe/describe.h>
+#include <probe/findings.h>
 #include <probe/frame_log.h>
 #include <probe/frames.h>
+#include <probe/inside_call.h>
 #include <probe/marks.h>
 #include <probe/next_function.h>
 #include <probe/playback_log.h>
@@ -15,28 +18,16 @@
 namespace
 {
 
-/* Above 0 inside a call: what the library calls of its own is no call of the application. */
-thread_local int depth;
-
-class InsideCall
-{
-public:
-	InsideCall()
-	{
-		depth++;
-	}
-	~InsideCall()
-	{
-		depth--;
-	}
-	InsideCall(const InsideCall &) = delete;
-	InsideCall &operator=(const InsideCall &) = delete;
-};
-
 /* True for a call of the application that somebody wants to know of. */
 bool is_told()
 {
-	return is_heard() && depth == 0 && is_watched();
+	return is_heard() && call_depth == 0 && is_watched();
+}
+
+/* True for a call of the application that is to be checked. */
+bool is_checked()
+{
+	return call_depth == 0 && is_checking() && is_heard();
 }
 
 std::string id_text(unsigned int id)
@@ -47,16 +38,21 @@ std::string id_text(unsigned int id)
 /* ---- By the kind of call -------------------------------------------------------------------- */
 
 template <class Create, class... Arguments>
-unsigned int tell_creation(
-    const char *name, const std::string &arguments, Create create, Arguments... values)
+unsigned int tell_creation(const char *name, const std::string &arguments, AnimationType type,
+    const void *para, Create create, Arguments... values)
 {
 	const bool told = is_told();
+	const bool checked = is_checked() && check_time(name);
 	const InsideCall inside;
-	if (is_heard() && depth == 1)
+	if (is_heard() && call_depth == 1)
 		pass_mark(Mark::kCreate);
+	if (checked)
+		check_creation(name, type, para);
 	const unsigned int id = create(values...);
-	if (is_heard() && depth == 1)
+	if (is_heard() && call_depth == 1)
 		count(id == ANIMATION_NO_OBJECT ? Fate::kRefused : Fate::kCreated);
+	if (checked)
+		note_creation(id, type, para);
 	if (told)
 		note_call(name, id, std::string(name) + '(' + arguments + ") = " + id_text(id));
 	return id;
@@ -64,14 +60,16 @@ unsigned int tell_creation(
 
 /* All records have the field. Read before the call, which may reset it. */
 template <class Para>
-void tell_update(
-    const char *name, void (*update)(unsigned int, Para *), unsigned int id, Para *para)
+void tell_update(const char *name, AnimationType type, void (*update)(unsigned int, Para *),
+    unsigned int id, Para *para)
 {
+	if (is_checked() && check_time(name))
+		check_update(name, id, type, para);
 	if (is_told())
 		note_call(name, id,
 		    std::string(name) + '(' + id_text(id) + ", " +
 		        (para ? update_text(para->update) : "NULL") + ')');
-	if (is_heard() && depth == 0)
+	if (is_heard() && call_depth == 0)
 		count(Fate::kUpdated);
 	const InsideCall inside;
 	update(id, para);
@@ -111,6 +109,8 @@ auto tell_picture(const char *file, Load load, Arguments... values)
 template <class Make, class... Arguments>
 GLuint tell_handle(const char *name, const std::string &arguments, Make make, Arguments... values)
 {
+	if (is_checked() && check_time(name))
+		check_handle_thread(name);
 	const bool told = is_told();
 	const InsideCall inside;
 	const GLuint handle = make(values...);
@@ -135,6 +135,8 @@ void Init(void)
 	next();
 	if (is_heard())
 		pass_mark(Mark::kFirstTurn);
+	if (is_checked())
+		note_init();
 }
 
 /* Each of these ends the step before it. */
@@ -175,6 +177,8 @@ void init_gl(struct window *window)
 void DeInit(void)
 {
 	static const auto next = next_function(&DeInit, "DeInit");
+	if (is_checked())
+		check_deinit();
 	next();
 	if (is_heard())
 		tell_end();
@@ -185,8 +189,8 @@ void DeInit(void)
 unsigned int CreateAnimationObj(AnimationType type, void *para)
 {
 	static const auto next = next_function(&CreateAnimationObj, "CreateAnimationObj");
-	return tell_creation(
-	    "CreateAnimationObj", is_told() ? type_name(type) : std::string(), next, type, para);
+	return tell_creation("CreateAnimationObj", is_told() ? type_name(type) : std::string(), type,
+	    para, next, type, para);
 }
 
 void UpdateAnimationObj(unsigned int id, void *para)
@@ -198,6 +202,8 @@ void UpdateAnimationObj(unsigned int id, void *para)
 	if (is_heard())
 		count(Fate::kUpdated);
 	note_update();
+	if (is_checked() && check_time("UpdateAnimationObj"))
+		check_update("UpdateAnimationObj", id, ANI_MAX, para);
 	const InsideCall inside;
 	next(id, para);
 }
@@ -210,6 +216,8 @@ void RemoveAnimationObj(unsigned int id, DeleteObjMode mode)
 		    "RemoveAnimationObj(" + id_text(id) + ", " + removal_text(mode) + ')');
 	if (is_heard())
 		count(Fate::kRemoved);
+	if (is_checked() && check_time("RemoveAnimationObj"))
+		check_removal("RemoveAnimationObj", id);
 	next(id, mode);
 }
 
@@ -221,30 +229,38 @@ void RemoveAnimationObjReal(unsigned int id)
 	next(id);
 }
 
+AnimationStatus GetAnimationObjStatus(unsigned int id)
+{
+	static const auto next = next_function(&GetAnimationObjStatus, "GetAnimationObjStatus");
+	if (is_checked() && check_time("GetAnimationObjStatus"))
+		check_query("GetAnimationObjStatus", id);
+	return next(id);
+}
+
 /* ---- Objects, type by type ------------------------------------------------------------------ */
 
-#define IN_FRONT_OF_TYPE(Type, Para)                                                               \
+#define IN_FRONT_OF_TYPE(Type, number, Para)                                                       \
 	unsigned int Create##Type##Animation(Para *para)                                               \
 	{                                                                                              \
 		static const auto next =                                                                   \
 		    next_function(&Create##Type##Animation, "Create" #Type "Animation");                   \
-		return tell_creation("Create" #Type "Animation", "", next, para);                          \
+		return tell_creation("Create" #Type "Animation", "", number, para, next, para);            \
 	}                                                                                              \
 	void Update##Type##Animation(unsigned int id, Para *para)                                      \
 	{                                                                                              \
 		static const auto next =                                                                   \
 		    next_function(&Update##Type##Animation, "Update" #Type "Animation");                   \
-		tell_update("Update" #Type "Animation", next, id, para);                                   \
+		tell_update("Update" #Type "Animation", number, next, id, para);                           \
 	}
 
-IN_FRONT_OF_TYPE(Background, Backgroud_animationpara)
-IN_FRONT_OF_TYPE(Flash, Flash_animationpara)
-IN_FRONT_OF_TYPE(TexCut, TexCut_animationpara)
-IN_FRONT_OF_TYPE(FadeInOutLoop, FadeInOutLoop_animationpara)
-IN_FRONT_OF_TYPE(GraduallyDispLoop, GraduallyDispLoop_animationpara)
-IN_FRONT_OF_TYPE(SeqLoop, SeqLoop_animationpara)
-IN_FRONT_OF_TYPE(VideoGST, VideoGST_animationpara)
-IN_FRONT_OF_TYPE(VideoRAW, VideoRAW_animationpara)
+IN_FRONT_OF_TYPE(Background, ANI_BACKGROUND, Backgroud_animationpara)
+IN_FRONT_OF_TYPE(Flash, ANI_FLASH, Flash_animationpara)
+IN_FRONT_OF_TYPE(TexCut, ANI_TEX_CUT, TexCut_animationpara)
+IN_FRONT_OF_TYPE(FadeInOutLoop, ANI_FADEINOUT, FadeInOutLoop_animationpara)
+IN_FRONT_OF_TYPE(GraduallyDispLoop, ANI_GRADUALLYDISP, GraduallyDispLoop_animationpara)
+IN_FRONT_OF_TYPE(SeqLoop, ANI_SEQUENCE, SeqLoop_animationpara)
+IN_FRONT_OF_TYPE(VideoGST, ANI_VIDEO_GST, VideoGST_animationpara)
+IN_FRONT_OF_TYPE(VideoRAW, ANI_VIDEO_RAW, VideoRAW_animationpara)
 
 /* ---- Texture handles and image files -------------------------------------------------------- */
 
@@ -259,6 +275,8 @@ GLuint CreateTexture(int width, int height, int textureType, const void *data)
 GLuint CreateTextureByName(const char *tex_fname)
 {
 	static const auto next = next_function(&CreateTextureByName, "CreateTextureByName");
+	if (is_checked())
+		check_picture_file("CreateTextureByName", tex_fname, TEX_BMP);
 	return tell_handle(
 	    "CreateTextureByName", tex_fname,
 	    [&](const char *file) { return tell_picture(file, next, file); }, tex_fname);
@@ -267,6 +285,8 @@ GLuint CreateTextureByName(const char *tex_fname)
 GLuint CreateTextureByPng(const char *tex_fname)
 {
 	static const auto next = next_function(&CreateTextureByPng, "CreateTextureByPng");
+	if (is_checked())
+		check_picture_file("CreateTextureByPng", tex_fname, TEX_PNG);
 	return tell_handle(
 	    "CreateTextureByPng", tex_fname,
 	    [&](const char *file) { return tell_picture(file, next, file); }, tex_fname);
@@ -278,6 +298,10 @@ void DeleteTexture(GLuint tex)
 	if (is_told())
 		note_call(
 		    "DeleteTexture", ANIMATION_NO_OBJECT, "DeleteTexture(" + std::to_string(tex) + ')');
+	if (is_checked() && check_time("DeleteTexture")) {
+		check_handle_thread("DeleteTexture");
+		check_texture_deletion(tex);
+	}
 	next(tex);
 }
 
@@ -302,6 +326,8 @@ int StartGSTPlay(const char *uri)
 		note_playback_request(uri);
 	const bool told = is_told();
 	const int result = next(uri);
+	if (is_checked() && uri && check_time("StartGSTPlay"))
+		note_playback(uri, result);
 	if (told && uri)
 		note_call("StartGSTPlay", ANIMATION_NO_OBJECT,
 		    std::string("StartGSTPlay(") + uri + ") = " + std::to_string(result));
@@ -324,6 +350,8 @@ void GSTplayControl(GSTControl order)
 		note_call("GSTplayControl", ANIMATION_NO_OBJECT,
 		    order == GST_PAUSE ? "GSTplayControl(GST_PAUSE)" : "GSTplayControl(GST_PLAY)");
 	note_playback_control(order == GST_PAUSE);
+	if (is_checked() && check_time("GSTplayControl"))
+		check_control(order);
 	next(order);
 }
 
@@ -341,6 +369,7 @@ void *message_thread(void *arg)
 {
 	static const auto next = next_function(&message_thread, "message_thread");
 	note_playback_start();
+	const InsideCall inside;
 	void *result = next(arg);
 	note_playback_end();
 	return result;
@@ -350,6 +379,7 @@ GstFlowReturn pad_new_sample(GstElement *sink, CustomData *dataplayer)
 {
 	static const auto next = next_function(&pad_new_sample, "pad_new_sample");
 	begin_delivery();
+	const InsideCall inside;
 	const GstFlowReturn result = next(sink, dataplayer);
 	end_delivery();
 	return result;

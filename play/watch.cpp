@@ -14,6 +14,7 @@
 
 #include <wayland-client.h>
 
+#include <probe/probe.h>
 #include <render/render.h>
 
 namespace
@@ -73,7 +74,7 @@ bool is_frame_under_way()
 bool stands_still(Watch &watch)
 {
 	const std::uint32_t turns = __atomic_load_n(&p_gwindow->frames, __ATOMIC_ACQUIRE);
-	if (turns != watch.turns || is_frame_under_way())
+	if (turns != watch.turns || is_frame_under_way() || probe_holds_frames())
 		watch.still = 0;
 	else
 		++watch.still;

@@ -243,6 +243,11 @@ void probe_hear(ProbeHearer *take)
 	hear_in_process(take);
 }
 
+bool probe_holds_frames()
+{
+	return is_heard() && (pace.is_paused || pace.factor < 1);
+}
+
 void probe_tell_end()
 {
 	tell_end();

@@ -240,27 +240,27 @@ AnimationStatus GetAnimationObjStatus(unsigned int id)
 /* ---- Objects, type by type ------------------------------------------------------------------ */
 
 #define IN_FRONT_OF_TYPE(Type, number, Para)                                                       \
-	unsigned int Create##Type##Animation(Para *para)                                               \
+	unsigned int Create##Type##Animation(Para para)                                                \
 	{                                                                                              \
 		static const auto next =                                                                   \
 		    next_function(&Create##Type##Animation, "Create" #Type "Animation");                   \
 		return tell_creation("Create" #Type "Animation", "", number, para, next, para);            \
 	}                                                                                              \
-	void Update##Type##Animation(unsigned int id, Para *para)                                      \
+	void Update##Type##Animation(unsigned int id, Para para)                                       \
 	{                                                                                              \
 		static const auto next =                                                                   \
 		    next_function(&Update##Type##Animation, "Update" #Type "Animation");                   \
 		tell_update("Update" #Type "Animation", number, next, id, para);                           \
 	}
 
-IN_FRONT_OF_TYPE(Background, ANI_BACKGROUND, Backgroud_animationpara)
-IN_FRONT_OF_TYPE(Flash, ANI_FLASH, Flash_animationpara)
-IN_FRONT_OF_TYPE(TexCut, ANI_TEX_CUT, TexCut_animationpara)
-IN_FRONT_OF_TYPE(FadeInOutLoop, ANI_FADEINOUT, FadeInOutLoop_animationpara)
-IN_FRONT_OF_TYPE(GraduallyDispLoop, ANI_GRADUALLYDISP, GraduallyDispLoop_animationpara)
-IN_FRONT_OF_TYPE(SeqLoop, ANI_SEQUENCE, SeqLoop_animationpara)
-IN_FRONT_OF_TYPE(VideoGST, ANI_VIDEO_GST, VideoGST_animationpara)
-IN_FRONT_OF_TYPE(VideoRAW, ANI_VIDEO_RAW, VideoRAW_animationpara)
+IN_FRONT_OF_TYPE(Background, ANI_BACKGROUND, Backgroud_animationpara *)
+IN_FRONT_OF_TYPE(Flash, ANI_FLASH, Flash_animationpara *)
+IN_FRONT_OF_TYPE(TexCut, ANI_TEX_CUT, TexCut_animationpara *)
+IN_FRONT_OF_TYPE(FadeInOutLoop, ANI_FADEINOUT, FadeInOutLoop_animationpara *)
+IN_FRONT_OF_TYPE(GraduallyDispLoop, ANI_GRADUALLYDISP, GraduallyDispLoop_animationpara *)
+IN_FRONT_OF_TYPE(SeqLoop, ANI_SEQUENCE, SeqLoop_animationpara *)
+IN_FRONT_OF_TYPE(VideoGST, ANI_VIDEO_GST, VideoGST_animationpara *)
+IN_FRONT_OF_TYPE(VideoRAW, ANI_VIDEO_RAW, VideoRAW_animationpara *)
 
 /* ---- Texture handles and image files -------------------------------------------------------- */
 

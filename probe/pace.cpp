@@ -23,7 +23,7 @@ bool may_run(Pace &pace, Pace::Clock::time_point now)
 			return false;
 		pace.steps--;
 	} else if (pace.factor < 1) {
-		const std::chrono::duration<double> wanted(pace.last_turn / pace.factor);
+		const std::chrono::duration<double> wanted(pace.last_turn / pace.factor.load());
 		if (now - pace.last_start + kSleep / 2 < wanted)
 			return false;
 	}

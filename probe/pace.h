@@ -1,16 +1,15 @@
 /* When the next frame may run: pause, single steps, slow motion. Render thread. */
 #pragma once
 
+#include <atomic>
 #include <chrono>
-
-enum class PaceChange { kNone, kPaused, kRunning };
 
 struct Pace {
 	using Clock = std::chrono::steady_clock;
 
-	bool is_paused = false;
-	unsigned steps = 0; /* to be run though paused */
-	double factor = 1;  /* of the speed: 1 to 1/50 */
+	std::atomic<bool> is_paused = false; /* read by other threads */
+	unsigned steps = 0;                  /* to be run though paused */
+	std::atomic<double> factor = 1;      /* of the speed: 1 to 1/50 */
 	Clock::time_point last_start = {};
 	Clock::duration last_turn = {}; /* with the sleep after it */
 };

@@ -2,7 +2,8 @@
  * The probe for a program that looks into itself: link it before the library, so that it stands
  * before it.
  *
- * All functions are to be called on the render thread, the first before any call of the library.
+ * Functions are, unless told otherwise, to be called on the render thread, the first before any
+ * call of the library.
  */
 #pragma once
 
@@ -18,6 +19,9 @@ void probe_hear(ProbeHearer *take);
 
 /* Does what {"command": ...} says. */
 void probe_command(const std::string &line);
+
+/* True while it holds or slows the frames at the wish of whoever looks on. Any thread. */
+bool probe_holds_frames();
 
 /* Tells the end, where no DeInit does. */
 void probe_tell_end();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -49,10 +50,15 @@ struct Times {
 constexpr double kStepsPerMs = 100;
 constexpr double kLongest = 1e9;
 
+std::int64_t steps_of(double ms)
+{
+	return std::llround(ms * kStepsPerMs);
+}
+
 void add(Times &times, double ms)
 {
 	ms = std::clamp(ms, 0.0, kLongest);
-	times.counts[static_cast<std::int64_t>(ms * kStepsPerMs + 0.5)]++;
+	times.counts[steps_of(ms)]++;
 	times.total++;
 	times.longest = std::max(times.longest, ms);
 }
@@ -72,15 +78,14 @@ double percentile(const Times &times, double share)
 std::uint64_t count_above(const Times &times, double ms)
 {
 	std::uint64_t above = 0;
-	for (auto it = times.counts.upper_bound(static_cast<std::int64_t>(ms * kStepsPerMs + 0.5));
-	     it != times.counts.end(); ++it)
+	for (auto it = times.counts.upper_bound(steps_of(ms)); it != times.counts.end(); ++it)
 		above += it->second;
 	return above;
 }
 
 double rounded(double ms)
 {
-	return static_cast<double>(static_cast<std::int64_t>(ms * kStepsPerMs + 0.5)) / kStepsPerMs;
+	return static_cast<double>(steps_of(ms)) / kStepsPerMs;
 }
 
 Json distribution(const Times &times)

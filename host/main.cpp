@@ -9,6 +9,7 @@
 #include <host/child.h>
 #include <host/findings_printer.h>
 #include <host/session.h>
+#include <sinks/program_help.h>
 #include <sinks/standard_descriptors.h>
 
 namespace
@@ -18,27 +19,40 @@ constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
 constexpr int kExitFindings = 3;
 
-void print_usage(FILE *stream)
+ProgramHelp own_help()
 {
-	fprintf(stream,
-	    "usage: animation-host [OPTION]... -- PROGRAM [ARGUMENT]...\n"
-	    "Runs a program on a compositor of its own, 2304 by 576 pixels, drawn in software.\n"
-	    "%s"
-	    "  --check[=strict]      tell what the program does wrong, a line each on the standard error;\n"
-	    "                        strict: exit status 3 if there was anything\n"
-	    "  --report FILE.json    write what the run came to: docs/report.md\n"
-	    "  --studio [PORT]       show them on a page for the browser, which can pause and step the\n"
-	    "                        program, and stays after its end until Ctrl-C\n"
-	    "  --verbose             print the program's Wayland requests to the standard error\n"
-	    "Only the frames in which the program draws count. The exit status is the program's. It is 0\n"
-	    "if the host ended the program: after N frames, or because the window was closed.\n",
-	    kSinkUsage);
+	return {"animation-host",
+	    std::string(
+	        "usage: animation-host [OPTION]... -- PROGRAM [ARGUMENT]...\n"
+	        "       animation-host --help | --version\n"
+	        "\n"
+	        "Runs a program on a compositor of its own, 2304 by 576 pixels, drawn in software.\n"
+	        "Only the frames in which the program draws count.\n"
+	        "\n"
+	        "Frames:\n") +
+	        kSinkUsage +
+	        "\n"
+	        "The program:\n"
+	        "  --check[=strict]      tell what it does wrong, a line each on the standard error\n"
+	        "  --report FILE.json    write what the run came to: docs/report.md\n"
+	        "  --studio [PORT]       show its frames on a page for the browser, which can pause and\n"
+	        "                        step it, and stays after its end until Ctrl-C\n"
+	        "  --verbose             print its Wayland requests to the standard error\n"
+	        "\n"
+	        "Exit status: the program's, or 128 and the number of the signal that ended it. Also:\n"
+	        "  0  the host ended the program: after N frames, or because the window was closed\n"
+	        "  1  something failed in the host\n"
+	        "  2  the arguments are wrong\n"
+	        "  3  with --check=strict: the program did something wrong\n"
+	        "\n"
+	        "Examples:\n"
+	        "  animation-host --window -- animation-play showcase.json\n"
+	        "  animation-host --frames 10 --snapshot 10=frame.png -- ./minimal map_day.png\n"};
 }
 
 int refuse(const std::string &message)
 {
-	fprintf(stderr, "animation-host: %s\n", message.c_str());
-	print_usage(stderr);
+	refuse_arguments(own_help(), message);
 	return kExitUsage;
 }
 
@@ -73,6 +87,8 @@ int run(int argc, char **argv)
 	options.descriptors = open_descriptors();
 	occupy_standard_descriptors();
 	Checks checks = Checks::kNone;
+	if (answer_help(own_help(), argc, argv))
+		return 0;
 	int index = 1;
 	while (index < argc && strcmp(argv[index], "--") != 0) {
 		std::string error;
@@ -84,16 +100,12 @@ int run(int argc, char **argv)
 			return refuse(error);
 		if (take_studio_argument(argc, argv, &index, &options.studio))
 			continue;
-		if (strcmp(argv[index], "--help") == 0) {
-			print_usage(stdout);
-			return 0;
-		}
 		if (take_flag(argv[index], &options, &checks)) {
 			index++;
 			continue;
 		}
 		if (strcmp(argv[index], "--report") != 0)
-			return refuse(std::string("unknown option ") + argv[index]);
+			return refuse(unknown_option(own_help(), argv[index]));
 		options.report = index + 1 < argc ? argv[index + 1] : "";
 		if (options.report.empty())
 			return refuse("--report wants a file name");

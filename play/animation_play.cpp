@@ -9,6 +9,7 @@
 
 #include <unistd.h>
 
+#include <sinks/program_help.h>
 #include <sinks/standard_descriptors.h>
 #include <studio/studio.h>
 
@@ -32,28 +33,37 @@ struct Arguments {
 	std::string scene;
 };
 
-void print_usage(FILE *stream)
+ProgramHelp own_help()
 {
-	std::fprintf(stream,
-	    "usage: animation-play SCENE.json\n"
-	    "       animation-play --offline [OPTIONS] SCENE.json\n"
-	    "       animation-play --studio [PORT] SCENE.json\n"
-	    "       animation-play --help | --version\n"
-	    "\n"
-	    "Without --offline the scene plays on the Wayland display of the environment;\n"
-	    "animation-host offers one. With it, every frame goes to these, without waiting:\n"
-	    "%s"
-	    "  --from N, --to N      only the frames from N on, or up to N, counted from 1 in the whole\n"
-	    "                        scene: those before are run, but not drawn\n"
-	    "  --jobs N              draw N slices at once, each in a process\n"
-	    "  --report FILE.json    write what the run came to: docs/report.md\n"
-	    "\n"
-	    "With --studio it plays on a page for the browser, whose address is printed. There it can be\n"
-	    "paused, led to any frame and edited. PORT is one of 127.0.0.1; without it, any that is free.\n"
-	    "\n"
-	    "The exit status is 0 for a scene that was played, to its end or to SIGINT or SIGTERM; 1 if\n"
-	    "something failed while playing; 2 for a scene or arguments that are wrong.\n",
-	    kSinkUsage);
+	return {"animation-play",
+	    std::string(
+	        "usage: animation-play SCENE.json\n"
+	        "       animation-play --offline [OPTION]... SCENE.json\n"
+	        "       animation-play --studio [PORT] SCENE.json\n"
+	        "       animation-play --help | --version\n"
+	        "\n"
+	        "Plays a scene file on the Wayland display of the environment; animation-host offers one.\n"
+	        "\n"
+	        "Without a display, frame by frame and without waiting:\n"
+	        "  --offline             play so; the options below need it\n") +
+	        kSinkUsage +
+	        "  --from N, --to N      only the frames from N on, or up to N, counted from 1 in the whole\n"
+	        "                        scene: those before are run, but not drawn\n"
+	        "  --jobs N              draw N slices at once, each in a process\n"
+	        "  --report FILE.json    write what the run came to: docs/report.md\n"
+	        "\n"
+	        "On a page for the browser, where it can be paused, led to any frame and edited:\n"
+	        "  --studio [PORT]       print the page's address; PORT is one of 127.0.0.1, without it any\n"
+	        "                        that is free\n"
+	        "\n"
+	        "Exit status:\n"
+	        "  0  the scene was played, to its end or to SIGINT or SIGTERM\n"
+	        "  1  something failed while it played\n"
+	        "  2  the scene or the arguments are wrong\n"
+	        "\n"
+	        "Examples:\n"
+	        "  animation-play --offline --frames 100 --snapshot 100=frame.png scene.json\n"
+	        "  animation-play --offline --record scene.mp4 scene.json\n"};
 }
 
 /* Where the number of this option goes; NULL for any other. */
@@ -104,7 +114,9 @@ std::string take_arguments(int argc, char **argv, Arguments *arguments)
 			arguments->has_sinks = true;
 		} else if (std::strcmp(argv[i], "--offline") == 0)
 			arguments->offline = true;
-		else if (argv[i][0] == '-' || !arguments->scene.empty())
+		else if (argv[i][0] == '-')
+			return unknown_option(own_help(), argv[i]);
+		else if (!arguments->scene.empty())
 			return std::string("unexpected argument ") + argv[i];
 		else
 			arguments->scene = argv[i];
@@ -180,20 +192,12 @@ int play(const Arguments &arguments)
 
 int run(int argc, char **argv)
 {
-	const std::string_view first = argc == 2 ? argv[1] : "";
-	if (first == "--help") {
-		print_usage(stdout);
+	if (answer_help(own_help(), argc, argv))
 		return 0;
-	}
-	if (first == "--version") {
-		std::puts("animation-play " VERSION);
-		return 0;
-	}
 	Arguments arguments;
 	const std::string wrong = take_arguments(argc, argv, &arguments);
 	if (!wrong.empty()) {
-		std::fprintf(stderr, "animation-play: %s\n", wrong.c_str());
-		print_usage(stderr);
+		refuse_arguments(own_help(), wrong);
 		return kWrongInput;
 	}
 	fix_paths(&arguments.sinks.sinks, &arguments.report);

@@ -25,6 +25,7 @@ OFFERED = {
         "joined_recording.h",
         "open_at_once.h",
         "picture.h",
+        "program_help.h",
         "sinks.h",
         "sink_arguments.h",
         "standard_descriptors.h",

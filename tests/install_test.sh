@@ -56,7 +56,7 @@ program() { # COMPILER FILE ARGUMENT LEFT-PIXEL RIGHT-PIXEL
 	cp "$source/examples/$2" .
 	# shellcheck disable=SC2046
 	$1 -Wall -Wextra -Werror "$2" -o "$example" $(flags --cflags --libs) || return
-	LD_LIBRARY_PATH=$library timeout 60 "$(find "$stage" -name animation-host)" \
+	LD_LIBRARY_PATH=$library timeout 60 "$host" \
 		--frames 10 --snapshot "10=$example.png" -- "./$example" "$3" || return
 	# shellcheck disable=SC2086 # coordinates and channels
 	pixel_is "$example.png" $4 && pixel_is "$example.png" $5
@@ -126,15 +126,31 @@ run_paths() {
 	while read -r file; do
 		readelf -dW "$file" | grep -E 'R(UN)?PATH' >run-path || continue
 		case $file in
-		*/bin/*) grep -qF "[\$ORIGIN/../${library##*/local/}]" run-path && continue ;;
+		*/bin/*) grep -qF "[\$ORIGIN/../${library##*/local/}:" run-path && continue ;;
 		esac
 		echo "in $file" && cat run-path && return 1
 	done <installed
 }
 
+# Every program tells its version, has a page, and names in its help every option of the page.
+manual() {
+	find "$stage" -path '*/bin/animation-*' >programs
+	[ -s programs ] && [ -n "$(find "$stage" -path '*/man5/animation-scene.5')" ] || return
+	while read -r program; do
+		tool=${program##*/}
+		[ "$("$program" --version)" = "$tool $(flags --modversion)" ] || return
+		"$program" --help >help || return
+		man -l "$(find "$stage" -path "*/man1/$tool.1")" |
+			sed -n '/^OPTIONS/,/^[A-NP-Z]/s/^ *\(--[a-z]*\).*/\1/p' >options
+		grep -q -e --help options || return
+		while read -r option; do
+			grep -q -e "$option" help || ! echo "no $option in the help of $tool" || return
+		done <options
+	done <programs
+}
+
 # As a user's own prefix may: from its own place, and nothing told to the loader.
 showcase() {
-	host=$(find "$stage" -name animation-host)
 	timeout 60 "$host" --frames 12 --snapshot 12=showcase.png -- "${host%host}play" \
 		"$(find "$stage" -path '*/scenes/showcase.json')" 2>errors
 	[ ! -s errors ] || ! cat errors || return
@@ -152,7 +168,7 @@ application() { # FOLDER: where both examples' sources lie below the name of the
 # Both examples, built, start and end as they should.
 examples_run() { # FOLDER
 	./"$1"/minimal 2>usage
-	grep -q '^usage: minimal' usage && timeout 60 "$(find "$stage" -name animation-host)" -- "$1/gauge" 1
+	grep -q '^usage: minimal' usage && timeout 60 "$host" -- "$1/gauge" 1
 }
 
 by_cmake() {
@@ -181,6 +197,7 @@ readme_quotes_example() {
 
 check 'meson install leaves library, headers and animation.pc' install_tree
 library=$(dirname "$(find "$stage" -name libanimation.so)")
+host=$(find "$stage" -path '*/bin/animation-host')
 headers=$(cd "$stage" && find . -name '*.h' | sed 's|.*/animation/\([a-z]*/[a-z]*\.h\)$|\1|')
 for header in $headers; do
 	check "<$header> as C11, alone" header_alone "$header" 'cc -x c' c11
@@ -196,6 +213,7 @@ check 'a C++ program' program 'c++ -std=c++20' \
 check "the README's program is examples/minimal.c" readme_quotes_example
 check 'exported symbols' exports_are_the_headers
 check 'run paths' run_paths
+check 'manual pages and help' manual
 check 'the installed showcase' showcase 43 40 89
 check 'the examples by CMake' by_cmake
 check 'the examples as a subproject' by_subproject

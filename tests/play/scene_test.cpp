@@ -110,6 +110,8 @@ TEST(Scene, WrongArgumentsGetTheUsage)
 		EXPECT_EQ(outcome.status, 2) << arguments;
 		EXPECT_NE(outcome.output.find("usage: animation-play"), std::string::npos) << arguments;
 	}
+	EXPECT_NE(run_program("$ANIMATION_PLAY --ofline x.json").output.find("nearest is --offline"),
+	    std::string::npos);
 	const Outcome outcome = run_program("$ANIMATION_PLAY --offline $SHOWCASE");
 	EXPECT_EQ(outcome.status, 2);
 	EXPECT_NE(outcome.output.find("streams"), std::string::npos) << outcome.output;

@@ -59,6 +59,7 @@ struct Session {
 	bool finished = false;     /* because all is done, which is no failure of it */
 	bool leaving = false;      /* nothing is waited for once the program has gone */
 	bool is_alone = false;     /* it has */
+	bool is_paused = false;    /* by a key in the window */
 };
 
 void complain(const std::string &message)
@@ -139,9 +140,26 @@ void take_picture(Session &session, const Picture &picture)
 		finish(session);
 }
 
+/* Of a key in the window. The probe does it, as for the studio. */
+void obey_window(Session &session, WindowOrder order)
+{
+	if (!session.probe)
+		return;
+	const bool one = order == WindowOrder::one_frame;
+	const bool pauses = one || !session.is_paused;
+	if (pauses != session.is_paused)
+		send_command(
+		    *session.probe, pauses ? R"({"command":"pause"})" : R"({"command":"continue"})");
+	if (one)
+		send_command(*session.probe, R"({"command":"step"})");
+	session.is_paused = pauses;
+}
+
 int service_window(void *data)
 {
 	auto &session = *static_cast<Session *>(data);
+	for (WindowOrder order; take_window_order(*session.sinks, &order);)
+		obey_window(session, order);
 	if (!service_sinks(*session.sinks))
 		finish(session);
 	wl_event_source_timer_update(session.window_timer.get(), kWindowInterval);
@@ -164,7 +182,7 @@ bool begin_report(Session &session, std::string *error)
 
 bool open_probe(Session &session, std::string *error)
 {
-	if (session.listeners.empty())
+	if (session.listeners.empty() && !session.options.pictures.sinks.window)
 		return true;
 	session.probe = open_probe_link(
 	    compositor_loop(*session.compositor),

@@ -137,6 +137,7 @@ std::string take_arguments(int argc, char **argv, Arguments *arguments)
 /* Reading the scene changes the working folder. */
 void fix_paths(SinkOptions *sinks, std::string *report)
 {
+	sinks->folder = std::filesystem::current_path();
 	if (!report->empty())
 		*report = std::filesystem::absolute(*report);
 	if (!sinks->record.empty())

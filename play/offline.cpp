@@ -71,6 +71,7 @@ Played play_offline(
 {
 	SinkOptions options = arguments.sinks;
 	options.first = stretch->from;
+	options.window_holds = true;
 	const SinksPtr sinks = open_sinks(options, kSurfaceWidth, kSurfaceHeight, scene.title, error);
 	if (!sinks)
 		return Played::failed;

@@ -84,10 +84,10 @@ bool play_frame(SceneRun &run, std::string *error)
 		return false;
 	run.has_swapped = draw_turn(*run.window);
 	++run.next_frame;
+	if (run.has_swapped)
+		read_picture(*run.window, &run.picture); /* waits for the drawing */
 	run.turn_ms =
 	    std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-	if (run.has_swapped)
-		read_picture(*run.window, &run.picture);
 	return true;
 }
 

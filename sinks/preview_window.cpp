@@ -17,7 +17,11 @@ namespace
 
 constexpr Uint64 kTitleInterval = 500;             /* milliseconds */
 constexpr std::chrono::milliseconds kReaction{20}; /* to what the user does */
-constexpr double kScreenShare = 0.95;              /* leaves room for the window's frame */
+constexpr Uint64 kHelpTime = 8000;                 /* milliseconds */
+constexpr char kHelp[] =
+    " - space: pause, .: one frame, s: snapshot, f: full screen, Esc: leave it";
+constexpr std::string_view kOrders = " .s";
+constexpr double kScreenShare = 0.95; /* leaves room for the window's frame */
 
 /* Of the window's thread. */
 struct View {
@@ -26,6 +30,7 @@ struct View {
 	SDL_Texture *texture = nullptr;
 	Uint64 titled_at = 0; /* when the title was last written, and after how many */
 	Uint64 titled_pictures = 0;
+	Uint64 help_until = 0; /* the title tells the keys */
 };
 
 enum class State { opening, open, closed, failed };
@@ -51,6 +56,7 @@ struct PreviewWindow {
 	State state = State::opening;
 	std::string failure;
 	std::vector<unsigned char> pixels; /* of the newest picture, without gaps */
+	std::string keys;                  /* not taken yet */
 	Uint64 pictures = 0;
 	bool ending = false;
 };
@@ -97,6 +103,7 @@ bool create_view(const PreviewWindow &preview, View &view)
 	/* B, G, R, X in memory is this number format on every machine we run on. */
 	view.texture = SDL_CreateTexture(
 	    view.renderer, SDL_PIXELFORMAT_RGB888, SDL_TEXTUREACCESS_STREAMING, width, height);
+	SDL_StartTextInput();
 	view.titled_at = SDL_GetTicks64();
 	return view.texture;
 }
@@ -122,7 +129,8 @@ void update_title(View &view, const std::string &title, Uint64 pictures)
 	char counts[64];
 	snprintf(counts, sizeof(counts), " - frame %llu, %.1f/s",
 	    static_cast<unsigned long long>(pictures), rate);
-	SDL_SetWindowTitle(view.window, (title + counts).c_str());
+	const bool helps = now < view.help_until;
+	SDL_SetWindowTitle(view.window, (title + (helps ? kHelp : counts)).c_str());
 	view.titled_at = now;
 	view.titled_pictures = pictures;
 }
@@ -136,8 +144,26 @@ bool redraw(View &view)
 	return true;
 }
 
+void set_full_screen(View &view, bool full)
+{
+	SDL_SetWindowFullscreen(view.window, full ? SDL_WINDOW_FULLSCREEN_DESKTOP : 0);
+}
+
+/* What a key types; the keyboard's layout says where it is. */
+void handle_text(PreviewWindow &preview, View &view, char key)
+{
+	if (key == 'f') {
+		set_full_screen(view, !(SDL_GetWindowFlags(view.window) & SDL_WINDOW_FULLSCREEN_DESKTOP));
+	} else if (key == '?') {
+		view.help_until = SDL_GetTicks64() + kHelpTime;
+	} else if (kOrders.find(key) != kOrders.npos) {
+		std::lock_guard lock(preview.mutex);
+		preview.keys += key;
+	}
+}
+
 /* False once the user has closed the window. */
-bool handle_events(View &view)
+bool handle_events(PreviewWindow &preview, View &view)
 {
 	bool open = true;
 	SDL_Event event;
@@ -149,6 +175,10 @@ bool handle_events(View &view)
 		         (event.window.event == SDL_WINDOWEVENT_EXPOSED ||
 		             event.window.event == SDL_WINDOWEVENT_SIZE_CHANGED))
 			redraw(view);
+		else if (event.type == SDL_KEYDOWN && event.key.keysym.sym == SDLK_ESCAPE)
+			set_full_screen(view, false);
+		else if (event.type == SDL_TEXTINPUT)
+			handle_text(preview, view, event.text.text[0]);
 	}
 	return open;
 }
@@ -180,7 +210,7 @@ State show_pictures(PreviewWindow &preview, View &view)
 			return State::failed;
 		shown = newest;
 		update_title(view, title, newest);
-		if (!handle_events(view))
+		if (!handle_events(preview, view))
 			return State::closed;
 		lock.lock();
 	}
@@ -235,6 +265,26 @@ bool preview_picture(PreviewWindow &preview, const Picture &picture, std::string
 	preview.pictures++;
 	preview.changed.notify_all();
 	return true;
+}
+
+bool take_preview_key(PreviewWindow &preview, char *key)
+{
+	std::lock_guard lock(preview.mutex);
+	if (preview.keys.empty())
+		return false;
+	*key = preview.keys.front();
+	preview.keys.erase(0, 1);
+	return true;
+}
+
+void use_preview(PreviewWindow &preview, const std::function<void(const Picture &)> &call)
+{
+	std::lock_guard lock(preview.mutex);
+	if (preview.pictures)
+		call({.pixels = preview.pixels.data(),
+		    .width = preview.width,
+		    .height = preview.height,
+		    .stride = static_cast<std::size_t>(preview.width) * 4});
 }
 
 bool is_preview_closed(PreviewWindow &preview)

@@ -1,6 +1,7 @@
 /* A window on the desktop that shows the surface buffers, scaled down to fit the screen. */
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -25,6 +26,14 @@ void set_preview_title(PreviewWindow &window, const std::string &title);
  * too soon. The title tells their number and rate. Returns false with the reason in *error if one
  * before could not be shown. */
 bool preview_picture(PreviewWindow &window, const Picture &picture, std::string *error);
+
+/* Takes the next key that is not the window's own business, as the character that it types: a blank
+ * to pause and go on, '.' for one frame, 's' for a snapshot. The window itself knows 'f' for the
+ * full screen, Esc to leave it, and '?' to tell the keys. Returns false if there is none. */
+bool take_preview_key(PreviewWindow &window, char *key);
+
+/* Calls with the newest picture, unless none has come yet. */
+void use_preview(PreviewWindow &window, const std::function<void(const Picture &)> &call);
 
 /* Returns true once the user has closed the window. */
 bool is_preview_closed(PreviewWindow &window);

@@ -3,10 +3,11 @@
 #include <charconv>
 #include <string_view>
 
-const char kSinkUsage[] = "  --window              show the frames in a window\n"
-                          "  --record FILE.mp4     record them, each as one video frame\n"
-                          "  --snapshot N=FILE.png write the N-th frame, counted from 1\n"
-                          "  --frames N            end after N frames\n";
+const char kSinkUsage[] =
+    "  --window              show the frames in a window, where ? tells the keys\n"
+    "  --record FILE.mp4     record them, each as one video frame\n"
+    "  --snapshot N=FILE.png write the N-th frame, counted from 1\n"
+    "  --frames N            end after N frames\n";
 
 bool parse_count(const std::string &text, std::uint64_t *value)
 {

@@ -1,5 +1,10 @@
 #include <sinks/sinks.h>
 
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <thread>
+
 #include <sinks/preview_window.h>
 #include <sinks/recorder.h>
 #include <sinks/snapshots.h>
@@ -14,6 +19,9 @@ struct Sinks {
 	std::uint64_t pictures; /* number of the last one */
 	bool closed = false;    /* by the user */
 	std::string failure;    /* of the first sink that failed */
+	std::string folder;     /* for snapshots by key */
+	bool holds = false;     /* at a pause */
+	bool is_paused = false;
 };
 
 SinksPtr open_sinks(
@@ -23,6 +31,8 @@ SinksPtr open_sinks(
 	    .height = height,
 	    .before = options.first - 1,
 	    .pictures = options.first - 1});
+	sinks->folder = options.folder;
+	sinks->holds = options.window_holds;
 	if (options.window) {
 		sinks->window = open_preview_window(title, width, height, error);
 		if (!sinks->window)
@@ -66,6 +76,33 @@ bool fits(Sinks &sinks, const Picture &picture)
 	return false;
 }
 
+void save_view(Sinks &sinks)
+{
+	const std::string path =
+	    std::filesystem::path(sinks.folder) / ("frame-" + std::to_string(sinks.pictures) + ".png");
+	use_preview(*sinks.window, [&](const Picture &picture) {
+		std::vector<Snapshot> wanted = {{sinks.pictures, path}};
+		std::string error;
+		const bool written = take_snapshots(&wanted, sinks.pictures, picture, &error);
+		fprintf(stderr, "snapshot: %s\n", written ? path.c_str() : error.c_str());
+	});
+}
+
+/* Stays until the user lets the next one come. */
+void hold(Sinks &sinks)
+{
+	constexpr std::chrono::milliseconds kReaction(10);
+	for (bool one = false; service_sinks(sinks);) {
+		for (WindowOrder order; take_window_order(sinks, &order);) {
+			one = order == WindowOrder::one_frame;
+			sinks.is_paused = one || !sinks.is_paused;
+		}
+		if (!sinks.is_paused || one)
+			return;
+		std::this_thread::sleep_for(kReaction);
+	}
+}
+
 bool record(Sinks &sinks, const Picture &picture)
 {
 	if (!sinks.recorder || record_picture(*sinks.recorder, picture, &sinks.failure))
@@ -81,11 +118,27 @@ bool show_picture(Sinks &sinks, const Picture &picture)
 	if (!is_open(sinks))
 		return false;
 	sinks.pictures++;
-	return fits(sinks, picture) &&
-	       take_snapshots(&sinks.snapshots, sinks.pictures, picture, &sinks.failure) &&
-	       record(sinks, picture) &&
-	       (!sinks.window || preview_picture(*sinks.window, picture, &sinks.failure)) &&
-	       service_sinks(sinks);
+	const bool shown = fits(sinks, picture) &&
+	                   take_snapshots(&sinks.snapshots, sinks.pictures, picture, &sinks.failure) &&
+	                   record(sinks, picture) &&
+	                   (!sinks.window || preview_picture(*sinks.window, picture, &sinks.failure)) &&
+	                   service_sinks(sinks);
+	if (shown && sinks.holds)
+		hold(sinks);
+	return shown && is_open(sinks);
+}
+
+bool take_window_order(Sinks &sinks, WindowOrder *order)
+{
+	for (char key = 0; sinks.window && take_preview_key(*sinks.window, &key);) {
+		if (key == 's') {
+			save_view(sinks);
+			continue;
+		}
+		*order = key == '.' ? WindowOrder::one_frame : WindowOrder::pause_or_go_on;
+		return true;
+	}
+	return false;
 }
 
 bool service_sinks(Sinks &sinks)

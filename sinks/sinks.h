@@ -25,9 +25,12 @@ struct Snapshot {
 
 struct SinkOptions {
 	bool window = false;
+	bool window_holds =
+	    false;               /* a pause holds show_picture up, and take_window_order has nothing */
 	std::uint64_t first = 1; /* number of the surface buffer that comes first */
 	std::string record;      /* MP4 file; empty: no recording */
 	std::vector<Snapshot> snapshots;
+	std::string folder; /* for snapshots by key; empty: the working folder */
 };
 
 struct Sinks;
@@ -48,6 +51,13 @@ void title_sinks(Sinks &sinks, const std::string &title);
 /* Passes one surface buffer to all sinks. Never drops one: waits while the encoder is several
  * behind. Returns false from the moment on when the user closed the window or a sink failed. */
 bool show_picture(Sinks &sinks, const Picture &picture);
+
+/* What the user wants of the program, by a key in the window. */
+enum class WindowOrder { pause_or_go_on, one_frame };
+
+/* Takes the next order. Returns false if there is none. A snapshot is no order: it is written here,
+ * as frame-N.png. */
+bool take_window_order(Sinks &sinks, WindowOrder *order);
 
 /* To be called while nothing is drawn. Returns false as show_picture does. */
 bool service_sinks(Sinks &sinks);

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -47,11 +47,12 @@ public:
 	std::filesystem::path path;
 };
 
-/* Empty if there is no such file. */
+/* Empty if there is no such file, or if its process ends while it is read. */
 inline std::string read_file(const std::string &path)
 {
-	std::ifstream stream(path, std::ios::binary);
-	return {std::istreambuf_iterator<char>(stream), {}};
+	std::ostringstream content;
+	content << std::ifstream(path, std::ios::binary).rdbuf();
+	return content.str();
 }
 
 /* A file of this content without a name. */

@@ -175,6 +175,32 @@ TEST_F(HostTest, LeavesNoProgramBehind)
 	}
 }
 
+/* The guard is the program's parent. */
+TEST_F(HostTest, EndsTheProgramWhoseGuardWasKilled)
+{
+	start(kPainter + "1 stubborn");
+	ASSERT_TRUE(has_painted());
+	pid_t guard = -1;
+	const std::string status = read_file("/proc/" + std::to_string(painter) + "/stat");
+	ASSERT_EQ(sscanf(status.c_str() + status.rfind(')'), ") %*c %d", &guard), 1);
+	ASSERT_GT(guard, 1);
+	kill(guard, SIGKILL);
+	EXPECT_NE(end_of(host).status, 0);
+	EXPECT_TRUE(wait_until([&] { return !is_running(painter); }));
+}
+
+TEST_F(HostTest, LeavesNoPartOfASnapshotThatCouldNotBeWritten)
+{
+	command = "sh -c 'trap \"\" XFSZ; exec \"$0\" \"$@\"' " HOST_PROGRAM;
+	start("--snapshot 30=" + folder + "/late.png " + kPainter + "1 interrupt");
+	ASSERT_TRUE(has_painted());
+	const rlimit nothing_more = {64, 64};
+	ASSERT_EQ(prlimit(host.pid, RLIMIT_FSIZE, &nothing_more, nullptr), 0);
+	EXPECT_EQ(end_of(host).status, 1);
+	for (const fs::directory_entry &entry : fs::directory_iterator(folder))
+		EXPECT_EQ(entry.path().filename().string().find("late.png"), std::string::npos) << entry;
+}
+
 /* Two that no signal to the program or its group would reach, one of which stays after SIGTERM. */
 TEST_F(HostTest, TakesWhatTheProgramStartedWithIt)
 {

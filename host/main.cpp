@@ -1,8 +1,11 @@
 /* animation-host: runs a program made for the unit on a PC. */
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <new>
+#include <vector>
 
 #include <unistd.h>
 
@@ -11,6 +14,8 @@
 #include <host/session.h>
 #include <sinks/program_help.h>
 #include <sinks/standard_descriptors.h>
+
+namespace fs = std::filesystem;
 
 namespace
 {
@@ -34,6 +39,7 @@ ProgramHelp own_help()
 	        "\n"
 	        "The program:\n"
 	        "  --check[=strict]      tell what it does wrong, a line each on the standard error\n"
+	        "  --compare FOLDER      hold its frames against those that animation-compare keeps there\n"
 	        "  --report FILE.json    write what the run came to: docs/report.md\n"
 	        "  --studio [PORT]       show its frames on a page for the browser, which can pause and\n"
 	        "                        step it, and stays after its end until Ctrl-C\n"
@@ -81,6 +87,24 @@ bool take_flag(const char *argument, SessionOptions *options, Checks *checks)
 	return true;
 }
 
+/* animation-compare draws by another host, and lies where this one does. */
+int compare_with_kept(char **folder_and_program)
+{
+	std::error_code ignored;
+	const fs::path folder = fs::read_symlink("/proc/self/exe", ignored).parent_path();
+	fs::path compare = folder / "animation-compare";
+	if (!fs::exists(compare, ignored))
+		compare = folder / "../compare/animation-compare";
+	std::vector<char *> arguments = {
+	    const_cast<char *>("animation-compare"), const_cast<char *>("--program")};
+	for (; *folder_and_program; ++folder_and_program)
+		arguments.push_back(*folder_and_program);
+	arguments.push_back(nullptr);
+	execv(compare.c_str(), arguments.data());
+	fprintf(stderr, "animation-host: cannot start %s: %s\n", compare.c_str(), strerror(errno));
+	return kExitFailure;
+}
+
 int run(int argc, char **argv)
 {
 	SessionOptions options = {};
@@ -100,6 +124,8 @@ int run(int argc, char **argv)
 			return refuse(error);
 		if (take_studio_argument(argc, argv, &index, &options.studio))
 			continue;
+		if (strcmp(argv[index], "--compare") == 0 && index == 1 && argc > 4)
+			return compare_with_kept(argv + 2);
 		if (take_flag(argv[index], &options, &checks)) {
 			index++;
 			continue;

@@ -96,6 +96,9 @@ void remove_all_objects(OffscreenWindow &offscreen)
 OffscreenWindowPtr open_offscreen_window(std::string *error)
 {
 	setenv("LIBGL_ALWAYS_SOFTWARE", "1", 0);
+	/* With AVX the rasteriser rounds otherwise than on a machine without it.
+	 */
+	setenv("GALLIUM_OVERRIDE_CPU_CAPS", "sse4.1", 0);
 
 	auto offscreen = std::make_unique<OffscreenWindow>();
 	offscreen->display.window = &offscreen->window;

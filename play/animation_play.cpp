@@ -165,10 +165,10 @@ bool play_offline(const Arguments &arguments, const Scene &scene, std::string *e
 		    arguments.scene +
 		    ": expected a scene without streams, which go by the clock, for --offline");
 	Stretch stretch = stretch_of(arguments, scene);
-	if (stretch.from > 1 || arguments.jobs > 1)
-		return play_in_slices(scene, arguments.sinks, stretch, arguments.jobs, error);
 	if (!arguments.report.empty())
 		return play_reported(scene, arguments.sinks, stretch, arguments.report, error);
+	if (stretch.from > 1 || arguments.jobs > 1 || !is_every_frame_seen(arguments.sinks.sinks))
+		return play_in_slices(scene, arguments.sinks, stretch, arguments.jobs, error);
 	return play_offline(scene, arguments.sinks, &stretch, error) == Played::whole;
 }
 

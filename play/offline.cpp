@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 
 #include <sinks/picture.h>
@@ -33,38 +34,50 @@ bool show(Sinks &sinks, const OffscreenPicture &picture)
 	                               .stride = static_cast<std::size_t>(picture.width) * 4});
 }
 
-void take_turn(OffscreenWindow &window, std::uint64_t number, const Stretch &stretch, View *view)
+void take_turn(OffscreenWindow &window, std::uint64_t number, bool is_drawn, View *view)
 {
-	const bool is_seen = number >= stretch.from || number == stretch.standing;
-	if (!(is_seen ? draw_turn(window) : skip_turn(window)))
+	if (!(is_drawn ? draw_turn(window) : skip_turn(window)))
 		return;
 	view->swapped = number;
-	view->is_read = is_seen;
-	if (is_seen)
+	view->is_read = is_drawn;
+	if (is_drawn)
 		read_picture(window, &view->picture);
 }
 
-Played play_turns(
-    OffscreenWindow &window, Stage &stage, Sinks &sinks, Stretch *stretch, std::string *error)
+bool is_seen(const SinkOptions &options, const Stretch &stretch, std::uint64_t number)
+{
+	return number >= stretch.from &&
+	       (is_every_frame_seen(options) ||
+	           std::ranges::count(options.snapshots, number, &Snapshot::number) > 0);
+}
+
+/* Once a picture is missing nothing more is drawn: the rest tells which others will be. */
+Played play_turns(OffscreenWindow &window, Stage &stage, Sinks &sinks, const SinkOptions &options,
+    Stretch *stretch, std::string *error)
 {
 	View view = blank_view();
+	std::set<std::uint64_t> missing;
 	for (std::uint64_t number = 1; number <= stretch->to; ++number) {
 		if (!play_steps(stage, static_cast<std::uint32_t>(number - 1), error))
 			return Played::failed;
-		take_turn(window, number, *stretch, &view);
-		if (number < stretch->from)
-			continue;
-		if (!view.is_read) {
-			stretch->standing = view.swapped;
-			return Played::again;
-		}
-		if (!show(sinks, view.picture))
+		const bool seen = stretch->is_measured || is_seen(options, *stretch, number);
+		take_turn(
+		    window, number, missing.empty() && (seen || stretch->standing.contains(number)), &view);
+		if (seen && !view.is_read && view.swapped < number)
+			missing.insert(view.swapped);
+		if (number >= stretch->from && missing.empty() && !show(sinks, view.picture))
 			break; /* finish_sinks tells why */
 	}
-	return Played::whole;
+	stretch->standing.insert(missing.begin(), missing.end());
+	return missing.empty() ? Played::whole : Played::again;
 }
 
 } // namespace
+
+bool is_every_frame_seen(const SinkOptions &options)
+{
+	return options.window || !options.record.empty();
+}
 
 Played play_offline(
     const Scene &scene, const SinkArguments &arguments, Stretch *stretch, std::string *error)
@@ -81,7 +94,7 @@ Played play_offline(
 
 	Stage stage;
 	const Played played = open_stage(&stage, scene, error)
-	                          ? play_turns(*window, stage, *sinks, stretch, error)
+	                          ? play_turns(*window, stage, *sinks, options, stretch, error)
 	                          : Played::failed;
 	clear_stage(stage);
 	while (animationItemHead)

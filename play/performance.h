@@ -2,30 +2,34 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <string>
 
 #include <sinks/sink_arguments.h>
 
 #include <play/scene.h>
 
-/* The part of a scene that is drawn. Frames are counted from 1 here, as those of sinks. */
+/* The part of a scene that is shown. Frames are counted from 1 here, as those of sinks. */
 struct Stretch {
 	std::uint64_t from = 1;
 	std::uint64_t to = 0;
-	/* The last frame before the stretch that swapped, whose picture stands until the stretch swaps
-	 * one; 0: not known. */
-	std::uint64_t standing = 0;
+	/* Frames that nobody sees themselves, but whose picture stands in a later one. */
+	std::set<std::uint64_t> standing = {};
+	bool is_measured = false; /* draw also what nobody sees */
 };
 
 enum class Played {
 	whole,
 	failed,
-	again, /* stretch->standing is known now and has to be drawn: play again in a new process */
+	again, /* stretch->standing has grown: play again in a new process */
 };
 
+/* True if every frame of the stretch goes somewhere: not for snapshots alone. */
+bool is_every_frame_seen(const SinkOptions &options);
+
 /* Turn by turn on an offscreen window, without waiting: each turn of the stretch gives the sinks
- * one picture. Where a turn draws nothing, the picture before it stands. The turns before the
- * stretch are skipped. *error is set for failed only.
+ * one picture. Where a turn draws nothing, the picture before it stands. Turns that nobody sees are
+ * not drawn. *error is set for failed only.
  *
  * Once in a process: the library's random blocks differ in a second run. */
 Played play_offline(

@@ -26,6 +26,7 @@ bool play_reported(const Scene &scene, const SinkArguments &arguments, Stretch s
 	under_way = report.get();
 	probe_hear(take_message);
 	probe_command(R"({"command":"watch","level":"times"})");
+	stretch.is_measured = true;
 	const bool played = play_offline(scene, arguments, &stretch, error) == Played::whole;
 	probe_tell_end();
 	probe_hear(nullptr);

@@ -34,9 +34,9 @@ struct Slice {
 	const Played played = play_offline(scene, arguments, &stretch, &error);
 	if (played == Played::failed)
 		std::fprintf(stderr, "animation-play: %s\n", error.c_str());
-	const bool told =
-	    played != Played::again || write(standing, &stretch.standing, sizeof stretch.standing) ==
-	                                   static_cast<ssize_t>(sizeof stretch.standing);
+	bool told = true;
+	for (const std::uint64_t number : stretch.standing)
+		told = told && write(standing, &number, sizeof number) == ssize_t{sizeof number};
 	std::exit(played != Played::failed && told ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
@@ -56,15 +56,14 @@ void start(const Scene &scene, Slice *slice)
 
 Played wait_for(Slice *slice)
 {
-	std::uint64_t standing = 0;
-	const bool again = read(slice->standing, &standing, sizeof standing) > 0;
+	const std::size_t known = slice->stretch.standing.size();
+	for (std::uint64_t number = 0; read(slice->standing, &number, sizeof number) > 0;)
+		slice->stretch.standing.insert(number);
 	close(slice->standing);
 	int status = 0;
 	if (slice->pid < 0 || waitpid(slice->pid, &status, 0) != slice->pid || status != 0)
 		return Played::failed;
-	if (again)
-		slice->stretch.standing = standing;
-	return again ? Played::again : Played::whole;
+	return slice->stretch.standing.size() > known ? Played::again : Played::whole;
 }
 
 bool play(const Scene &scene, std::vector<Slice> *slices)

@@ -35,6 +35,7 @@ OFFERED = {
     "device": [],
     "host": ["compositor.h"],
     "play": [],
+    "compare": [],
     "scenes": [],
     "examples": [],
 }

@@ -160,10 +160,11 @@ Stretch stretch_of(const Arguments &arguments, const Scene &scene)
 
 bool play_offline(const Arguments &arguments, const Scene &scene, std::string *error)
 {
-	if (has_stream(scene))
-		throw SceneError(
-		    arguments.scene +
-		    ": expected a scene without streams, which go by the clock, for --offline");
+	if (const std::string *stream = network_stream_of(scene))
+		throw SceneError(arguments.scene +
+		                 ": expected no RTMP or RTP stream for --offline, since it goes by the "
+		                 "clock and not by frames, found \"" +
+		                 *stream + "\"");
 	Stretch stretch = stretch_of(arguments, scene);
 	if (!arguments.report.empty())
 		return play_reported(scene, arguments.sinks, stretch, arguments.report, error);

@@ -93,6 +93,7 @@ Played play_offline(
 		return Played::failed;
 
 	Stage stage;
+	stage.is_offline = true;
 	const Played played = open_stage(&stage, scene, error)
 	                          ? play_turns(*window, stage, *sinks, options, stretch, error)
 	                          : Played::failed;

@@ -340,6 +340,18 @@ bool has_stream(const Scene &scene)
 	    scene.steps, [](const Step &step) { return std::holds_alternative<Play>(step.action); });
 }
 
+const std::string *network_stream_of(const Scene &scene)
+{
+	for (const Step &step : scene.steps) {
+		const auto *play = std::get_if<Play>(&step.action);
+		const bool is_file = play && play->uri.find(".mp4") != std::string::npos &&
+		                     play->uri.find("rtmp") == std::string::npos;
+		if (play && !is_file)
+			return &play->uri;
+	}
+	return nullptr;
+}
+
 Scene read_scene(const std::string &path)
 {
 	constexpr std::string_view kMembers[] = {"title", "frames", "handles", "objects", "timeline"};

@@ -76,6 +76,9 @@ struct Scene {
 /* True if the scene plays a stream, which goes by the clock and not by frames. */
 bool has_stream(const Scene &scene);
 
+/* The first of them that is no file; NULL if there is none. */
+const std::string *network_stream_of(const Scene &scene);
+
 /*
  * Reads and checks a whole scene file; throws SceneError. Makes the folder of the file the working
  * folder of the process, since the file's paths start there and a record's paths have to be short.

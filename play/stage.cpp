@@ -96,9 +96,52 @@ void wait_for_player()
 		std::this_thread::sleep_for(kPollInterval);
 }
 
+/* ---- A film offline ---- */
+
+VideoGST_animationpara &video_of(Stage &stage, std::size_t object)
+{
+	return *static_cast<VideoGST_animationpara *>(address_of(stage.records[object]));
+}
+
+void end_film(Stage &stage)
+{
+	for (const std::size_t object : stage.film_objects)
+		video_of(stage, object).bufinfo = nullptr;
+	stage.film_objects.clear();
+	stage.film.reset();
+}
+
+bool start_film(Stage &stage, const Play &start, std::string *error)
+{
+	end_film(stage);
+	stage.film = open_film(start.uri, error);
+	stage.film_objects = start.objects;
+	stage.film_pauses = false;
+	return stage.film != nullptr;
+}
+
+/* As the player delivers a frame to the objects that are still there. */
+void play_film(Stage &stage)
+{
+	if (!stage.film || stage.film_pauses || !advance(*stage.film, &stage.film_frame))
+		return;
+	const ListLock lock;
+	for (const std::size_t object : stage.film_objects) {
+		VideoGST_animationpara &para = video_of(stage, object);
+		para.bufinfo = &stage.film_frame;
+		para.update = UPD_ALL;
+		if (GetAnimationObjStatus(stage.ids[object]) != ST_INVALID)
+			UpdateAnimationObj(stage.ids[object], &para);
+	}
+}
+
+/* ---- Playback ---- */
+
 /* Takes the place of a playback that is still on. */
 bool call(Stage &stage, const Play &start, std::string *error)
 {
+	if (stage.is_offline)
+		return start_film(stage, start, error);
 	StopGSTPlay();
 	wait_for_player();
 	const std::size_t first = start.objects.front();
@@ -114,15 +157,21 @@ bool call(Stage &stage, const Play &start, std::string *error)
 	return false;
 }
 
-bool call(Stage &, const Control &control, std::string *)
+bool call(Stage &stage, const Control &control, std::string *)
 {
-	GSTplayControl(control.order);
+	if (stage.is_offline)
+		stage.film_pauses = control.order == GST_PAUSE;
+	else
+		GSTplayControl(control.order);
 	return true;
 }
 
-bool call(Stage &, const Stop &, std::string *)
+bool call(Stage &stage, const Stop &, std::string *)
 {
-	StopGSTPlay();
+	if (stage.is_offline)
+		end_film(stage);
+	else
+		StopGSTPlay();
 	return true;
 }
 
@@ -196,6 +245,7 @@ bool play_steps(Stage &stage, std::uint32_t frame, std::string *error)
 				return false;
 		}
 	}
+	play_film(stage);
 	return true;
 }
 

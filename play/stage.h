@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include <play/film.h>
 #include <play/scene.h>
 
 struct Stage {
@@ -16,6 +17,12 @@ struct Stage {
 	std::deque<GLuint> raw_planes; /* textures handed over as raw frames, the newest last */
 	std::size_t next_step = 0;
 	bool played_stream = false;
+
+	bool is_offline = false; /* films go by turns, not by the clock */
+	FilmPtr film;            /* offline */
+	std::vector<std::size_t> film_objects;
+	BufferInfoGST film_frame = {}; /* the records point to it */
+	bool film_pauses = false;
 };
 
 /* Makes the scene's texture handles. The scene outlives the stage. False with *error set. */

@@ -112,6 +112,25 @@ TEST_F(Performance, TwoObjectsShowOneFilm)
 		EXPECT_EQ(image.pixel(x, 300), image.pixel(1152 + x, 300));
 }
 
+/* By turns, so that neither the clock nor the number of cores has a part in it. */
+TEST_F(Performance, AFilmIsTheSameOfflineWhereverTheRunBegins)
+{
+	std::filesystem::create_symlink(std::getenv("FILM"), folder / "film.mp4");
+	const std::string scene = folder.file("video.json", read_file(SCENES "/film.json"));
+	const char *const runs[] = {"--to 9 ", "--from 9 --to 9 ", "--to 6 "};
+	for (int run : {0, 1, 2}) {
+		snapshots.clear();
+		snapshot(run, run == 2 ? 6 : 9);
+		const Outcome outcome =
+		    run_program(std::string(run == 1 ? "taskset 1 " : "") + "$ANIMATION_PLAY --offline " +
+		                runs[run] + snapshots + scene);
+		ASSERT_EQ(outcome.status, 0) << outcome.output;
+	}
+	EXPECT_GT(read_png(picture(0)).pixel(576, 500), Colour());
+	EXPECT_TRUE(read_file(picture(0)) == read_file(picture(1)));
+	EXPECT_FALSE(read_file(picture(0)) == read_file(picture(2)));
+}
+
 /* Random blocks, since they have a state that outlives a frame; a video with frames of its own; and
  * a frame that draws nothing, so that an earlier one stands. */
 TEST_F(Performance, AFrameIsTheSameWhereverTheRunBegins)

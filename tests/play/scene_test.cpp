@@ -112,9 +112,9 @@ TEST(Scene, WrongArgumentsGetTheUsage)
 	}
 	EXPECT_NE(run_program("$ANIMATION_PLAY --ofline x.json").output.find("nearest is --offline"),
 	    std::string::npos);
-	const Outcome outcome = run_program("$ANIMATION_PLAY --offline $SHOWCASE");
+	const Outcome outcome = run_program("$ANIMATION_PLAY --offline $STREAM");
 	EXPECT_EQ(outcome.status, 2);
-	EXPECT_NE(outcome.output.find("streams"), std::string::npos) << outcome.output;
+	EXPECT_NE(outcome.output.find("clock"), std::string::npos) << outcome.output;
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string_view>
 
+#include <sinks/program_help.h>
 #include <sinks/sink_arguments.h>
 
 #include <compare/drawing.h>
@@ -21,18 +22,34 @@ constexpr int kSame = 0;
 constexpr int kDifferent = 1;
 constexpr int kWrong = 2;
 
-constexpr char kUsage[] =
-    "usage: animation-compare [OPTION]... KEPT-FOLDER -- SCENE.json...\n"
-    "       animation-compare --program [OPTION]... KEPT-FOLDER -- PROGRAM [ARGUMENT]...\n"
-    "Draws the frames that the folder keeps of each scene, and compares. With --program the program\n"
-    "draws them in animation-host; a frame is then the N-th in which it draws.\n"
-    "  --report FILE.html    write a page that shows what differs\n"
-    "  --junit FILE.xml      write the results for CI\n"
-    "  --update              keep what is drawn now\n"
-    "  --frames N,N...       with --update: the frames to keep, counted from 1; without it those\n"
-    "                        of the folder stay\n"
-    "The exit status is 0 if all pictures are the same, 1 if some differ, 2 if a kept picture is\n"
-    "missing or the folder, a scene or the arguments are wrong.\n";
+ProgramHelp own_help()
+{
+	return {"animation-compare",
+	    "usage: animation-compare [OPTION]... KEPT-FOLDER -- SCENE.json...\n"
+	    "       animation-compare --program [OPTION]... KEPT-FOLDER -- PROGRAM [ARGUMENT]...\n"
+	    "       animation-compare --help | --version\n"
+	    "\n"
+	    "Draws the frames that the folder keeps of each scene, and compares. With --program the\n"
+	    "program draws them in animation-host; a frame is then the N-th in which it draws.\n"
+	    "\n"
+	    "Results:\n"
+	    "  --report FILE.html    write a page that shows what differs\n"
+	    "  --junit FILE.xml      write the results for CI\n"
+	    "\n"
+	    "Keeping:\n"
+	    "  --update              keep what is drawn now\n"
+	    "  --frames N,N...       with --update: the frames to keep, counted from 1; without it those\n"
+	    "                        of the folder stay\n"
+	    "\n"
+	    "Exit status:\n"
+	    "  0  all pictures are the same\n"
+	    "  1  some differ\n"
+	    "  2  a kept picture is missing, or the folder, a scene or the arguments are wrong\n"
+	    "\n"
+	    "Examples:\n"
+	    "  animation-compare --update --frames 1,50,100 kept -- scene.json\n"
+	    "  animation-compare --report differences.html kept -- scene.json\n"};
+}
 
 struct Arguments {
 	bool is_program = false;
@@ -76,12 +93,16 @@ std::string take_option(
 		arguments->update = true;
 	else {
 		*took_value = true;
-		if (option == "--report" && !value.empty())
+		if (option == "--report")
 			arguments->report = value;
-		else if (option == "--junit" && !value.empty())
+		else if (option == "--junit")
 			arguments->junit = value;
-		else if (option != "--frames" || !parse_frames(value, &arguments->frames))
-			return "unexpected argument " + option + " " + value;
+		else if (option != "--frames")
+			return unknown_option(own_help(), option);
+		else if (!parse_frames(value, &arguments->frames))
+			return "--frames wants numbers from 1 on, not \"" + value + '"';
+		if (value.empty())
+			return option + " wants a file name";
 	}
 	return "";
 }
@@ -257,15 +278,12 @@ int update(KeptFolder *folder, const Arguments &arguments)
 
 int run(int argc, char **argv)
 {
-	if (argc == 2 && std::string_view(argv[1]) == "--help") {
-		std::fputs(kUsage, stdout);
+	if (answer_help(own_help(), argc, argv))
 		return 0;
-	}
 	Arguments arguments;
 	const std::string wrong = take_arguments(argc, argv, &arguments);
 	if (!wrong.empty()) {
-		complain(wrong);
-		std::fputs(kUsage, stderr);
+		refuse_arguments(own_help(), wrong);
 		return kWrong;
 	}
 	KeptFolder folder;

@@ -22,4 +22,4 @@ _animation()
 		fi
 		;;
 	esac
-} && complete -F _animation animation-host animation-play
+} && complete -F _animation animation-compare animation-host animation-play

@@ -17,23 +17,6 @@ using namespace std::chrono;
 /* Longer than a turn takes on any machine. */
 constexpr milliseconds kLongHold{100};
 
-void check_hold()
-{
-	timespec until;
-	clock_gettime(CLOCK_REALTIME, &until);
-	constexpr long kSecond = 1'000'000'000;
-	const long later = until.tv_nsec + nanoseconds(kLongHold).count();
-	until.tv_sec += later / kSecond;
-	until.tv_nsec = later % kSecond;
-	if (pthread_mutex_timedlock(list_mutex(), &until) == ETIMEDOUT) {
-		tell({"lock-held", "redraw", ANIMATION_NO_OBJECT,
-		    words("a frame has waited for g_mutex for more than %d ms", int(kLongHold.count())),
-		    "hold it only to read an object or to change a video's record"});
-		pthread_mutex_lock(list_mutex());
-	}
-	pthread_mutex_unlock(list_mutex());
-}
-
 void check_company()
 {
 	const ListHold hold;
@@ -60,6 +43,23 @@ void check_company()
 }
 
 } // namespace
+
+void check_hold()
+{
+	timespec until;
+	clock_gettime(CLOCK_REALTIME, &until);
+	constexpr long kSecond = 1'000'000'000;
+	const long later = until.tv_nsec + nanoseconds(kLongHold).count();
+	until.tv_sec += later / kSecond;
+	until.tv_nsec = later % kSecond;
+	if (pthread_mutex_timedlock(list_mutex(), &until) == ETIMEDOUT) {
+		tell({"lock-held", "redraw", ANIMATION_NO_OBJECT,
+		    words("a frame has waited for g_mutex for more than %d ms", int(kLongHold.count())),
+		    "hold it only to read an object or to change a video's record"});
+		pthread_mutex_lock(list_mutex());
+	}
+	pthread_mutex_unlock(list_mutex());
+}
 
 void check_frame()
 {

@@ -4,6 +4,8 @@
 #include <map>
 #include <mutex>
 
+#include <pthread.h>
+
 #include <probe/check_records.h>
 #include <probe/findings.h>
 #include <probe/live_objects.h>
@@ -29,13 +31,27 @@ bool was_given(unsigned int id)
 	return ids.owners.contains(id);
 }
 
+/* Records of a function's own may have one address after the other. */
+bool is_on_stack(const void *address)
+{
+	pthread_attr_t facts;
+	if (pthread_getattr_np(pthread_self(), &facts) != 0)
+		return true;
+	void *start = nullptr;
+	std::size_t size = 0;
+	pthread_attr_getstack(&facts, &start, &size);
+	pthread_attr_destroy(&facts);
+	const auto *const byte = static_cast<const char *>(address);
+	return byte >= static_cast<char *>(start) && byte < static_cast<char *>(start) + size;
+}
+
 /* True if the record is that of the object that had the id before. */
 bool is_stale(unsigned int id, const void *para)
 {
 	const std::lock_guard hold(ids.lock);
 	const auto owner = ids.owners.find(id);
-	return owner != ids.owners.end() && para && para == owner->second.previous &&
-	       para != owner->second.para;
+	return owner != ids.owners.end() && para == owner->second.previous &&
+	       para != owner->second.para && !is_on_stack(para);
 }
 
 void tell_gone(const char *call, unsigned int id)
@@ -124,11 +140,12 @@ void check_update(const char *call, unsigned int id, AnimationType type, const v
 	if (!para || (type != ANI_MAX && type != object->type))
 		return;
 	if (is_stale(id, para))
-		return tell({"id-given-again", call, id,
-		    words("object %u is a newer one, which got the id of an object that has gone; this "
-		          "record made that older one",
+		tell({"id-given-again", call, id,
+		    words("object %u got the id of an object that has gone, and this record made that "
+		          "older one: it may be the one that is meant",
 		        id),
-		    "forget an id once GetAnimationObjStatus returns ST_INVALID"});
+		    "forget an id once GetAnimationObjStatus returns ST_INVALID; give each object its own "
+		    "record"});
 	check_record(about, object->type, para, false);
 	const auto facts = record_facts(object->type, para);
 	if (facts && (facts->update & UPD_TEXS))
@@ -139,13 +156,20 @@ void check_update(const char *call, unsigned int id, AnimationType type, const v
 		          "shows nothing",
 		        id),
 		    "update with UPD_ALL until the object has started"});
-	watch_pixels(id, facts, false);
+	/* Before the start every update uploads again. */
+	if (facts && ((facts->update & UPD_TEXS) || object->waits))
+		watch_pixels(id, facts, false);
 }
 
-void check_removal(const char *call, unsigned int id)
+void check_removal(const char *call, unsigned int id, DeleteObjMode mode)
 {
-	if (!find_live_object(id))
+	const std::optional<LiveObject> object = find_live_object(id);
+	if (!object)
 		tell_gone(call, id);
+	else if (mode == DEL_ON_HIDE && object->is_delayed)
+		tell({"removal-lost", call, id,
+		    words("object %u is in its start delay: a removal with DEL_ON_HIDE is lost", id),
+		    "ask again when it has started, or use DEL_IMMEDIATELY"});
 }
 
 void check_query(const char *call, unsigned int id)

@@ -21,7 +21,7 @@ void check_creation(const char *call, AnimationType type, const void *para);
 void note_creation(unsigned int id, AnimationType type, const void *para);
 /* type: that of the function, or ANI_MAX for UpdateAnimationObj. */
 void check_update(const char *call, unsigned int id, AnimationType type, const void *para);
-void check_removal(const char *call, unsigned int id);
+void check_removal(const char *call, unsigned int id, DeleteObjMode mode);
 void check_query(const char *call, unsigned int id);
 
 /* ---- Textures ---- */
@@ -36,6 +36,9 @@ void note_texture_deleted(GLuint name);
 /* ---- Frames: on the render thread, before redraw ---- */
 
 void check_frame();
+
+/* After the swap, when frames and the list are no longer locked. */
+void check_hold();
 
 /* ---- Player ---- */
 

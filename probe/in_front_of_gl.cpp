@@ -141,6 +141,8 @@ EXPORTED EGLBoolean EGLAPIENTRY eglSwapBuffers(EGLDisplay display, EGLSurface su
 	const EGLBoolean result = next(display, surface);
 	pass_mark(Mark::kSwap);
 	note_swap(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+	if (is_checking())
+		check_hold();
 	return result;
 }
 

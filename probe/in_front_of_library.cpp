@@ -217,7 +217,7 @@ void RemoveAnimationObj(unsigned int id, DeleteObjMode mode)
 	if (is_heard())
 		count(Fate::kRemoved);
 	if (is_checked() && check_time("RemoveAnimationObj"))
-		check_removal("RemoveAnimationObj", id);
+		check_removal("RemoveAnimationObj", id, mode);
 	next(id, mode);
 }
 

@@ -25,6 +25,14 @@ bool shows(const AnimationObj &obj, GLuint texture)
 	return std::find(set.texids, set.texids + set.tex_num, texture) != set.texids + set.tex_num;
 }
 
+LiveObject describe(const AnimationObj &obj)
+{
+	const auto facts = record_facts(obj.animationtype, obj.animationpara);
+	const bool waits = obj.curframeno == ANIMATION_NOT_STARTED;
+	return {obj.animationtype, obj.renderobj->position3d != nullptr, waits,
+	    waits && facts && facts->pre_frame > 0};
+}
+
 } // namespace
 
 std::optional<LiveObject> find_live_object(unsigned int id)
@@ -32,7 +40,7 @@ std::optional<LiveObject> find_live_object(unsigned int id)
 	const ListHold hold;
 	for (const AnimationObj *obj = list_head(); obj; obj = obj->next)
 		if (obj->objId == id)
-			return LiveObject{obj->animationtype, obj->renderobj->position3d != nullptr};
+			return describe(*obj);
 	return std::nullopt;
 }
 

@@ -8,6 +8,8 @@
 struct LiveObject {
 	AnimationType type;
 	bool was_set_up; /* it has had a frame in which its strip was built */
+	bool waits;      /* for its first frame, or in its start delay */
+	bool is_delayed; /* in its start delay */
 };
 
 /* Any thread, between Init and DeInit. */

@@ -95,7 +95,7 @@ void watch_pixels(unsigned int id, const std::optional<RecordFacts> &facts, bool
 {
 	Upload upload{{}, is_first};
 	if (facts && facts->textures && facts->textures->mode == TEX_DATA &&
-	    (facts->update & UPD_TEXS) && facts->textures->tex_num <= ANIMATION_MAX_TEXTURES)
+	    facts->textures->tex_num <= ANIMATION_MAX_TEXTURES)
 		for (std::uint32_t i = 0; i < facts->textures->tex_num; i++) {
 			const TextureData &data = facts->textures->texdata[i];
 			const std::size_t size =
@@ -116,7 +116,7 @@ void check_pixels()
 	const std::lock_guard hold(watch.lock);
 	std::erase_if(watch.uploads, [](const auto &entry) {
 		const auto &[id, upload] = entry;
-		const bool waits = still_waits(id);
+		const bool waits = upload.is_first && still_waits(id);
 		if (waits || !upload.is_first)
 			for (const Pixels &pixels : upload.pixels)
 				check(id, pixels);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <optional>
 
 #include <animation/animation.h>
@@ -14,12 +15,16 @@ struct RecordFacts {
 	/* The highest alpha of a cycle; nothing where alphas are not the record's to say. */
 	std::optional<float> top_alpha;
 	const float *video_texcoord; /* null for the image types */
+	std::uint32_t pre_frame;     /* 0 for the types without a start delay */
 };
 
 template <class Record>
 RecordFacts image_facts(const Record &record, std::optional<float> top_alpha)
 {
-	return {&record.in_position2d, &record.textures, record.update, top_alpha, nullptr};
+	std::uint32_t pre_frame = 0;
+	if constexpr (requires { record.pre_frame; })
+		pre_frame = record.pre_frame;
+	return {&record.in_position2d, &record.textures, record.update, top_alpha, nullptr, pre_frame};
 }
 
 inline std::optional<RecordFacts> record_facts(AnimationType type, const void *para)
@@ -48,12 +53,12 @@ inline std::optional<RecordFacts> record_facts(AnimationType type, const void *p
 	case ANI_VIDEO_GST: {
 		const auto &video = *static_cast<const VideoGST_animationpara *>(para);
 		return RecordFacts{
-		    &video.in_position2d, nullptr, video.update, std::nullopt, video.texcoord};
+		    &video.in_position2d, nullptr, video.update, std::nullopt, video.texcoord, 0};
 	}
 	case ANI_VIDEO_RAW: {
 		const auto &video = *static_cast<const VideoRAW_animationpara *>(para);
 		return RecordFacts{
-		    &video.in_position2d, nullptr, video.update, std::nullopt, video.texcoord};
+		    &video.in_position2d, nullptr, video.update, std::nullopt, video.texcoord, 0};
 	}
 	default:
 		return std::nullopt;

@@ -52,7 +52,7 @@ TEST_F(CheckTest, TellsEachMistakeOnce)
 	    "strip-upside-down", "record-cleared", "texture-index", "textures-too-many", "alpha-zero",
 	    "colour-transparent", "record-missing", "id-gone", "id-unknown", "id-none",
 	    "id-given-again", "type-wrong", "update-before-set-up", "lock-held", "texture-unknown",
-	    "texture-deleted", "handle-thread", "pixels-changed", "video-beside-images",
+	    "texture-deleted", "handle-thread", "removal-lost", "pixels-changed", "video-beside-images",
 	    "video-under-background", "file-paused", "playback-left", "objects-left",
 	    "call-after-deinit"};
 	EXPECT_EQ(causes_in(outcome.output), expected) << outcome.output;

@@ -111,7 +111,7 @@ void give_wrong_records()
 
 void use_wrong_ids()
 {
-	Flash_animationpara older = lamp(), newer = lamp();
+	static Flash_animationpara older = lamp(), newer = lamp();
 	const unsigned int id = CreateAnimationObj(ANI_FLASH, &older);
 	wait_turns(2);
 	remove_and_wait(id);
@@ -153,9 +153,10 @@ void misuse_textures()
 
 	para.textures.mode = TEX_DATA;
 	para.textures.texdata[0] = {pixels.data(), 64, 64, GL_BGRA_EXT};
-	para.pre_frame = 3;
+	para.pre_frame = 4;
 	const unsigned int late = CreateAnimationObj(ANI_FLASH, &para);
 	pixels[0] = 0;
+	RemoveAnimationObj(late, DEL_ON_HIDE);
 	wait_turns(6);
 	remove_and_wait(late);
 }

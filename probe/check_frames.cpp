@@ -46,6 +46,8 @@ void check_company()
 
 void check_hold()
 {
+	if (!list_mutex())
+		return; /* a program that swaps without the library */
 	timespec until;
 	clock_gettime(CLOCK_REALTIME, &until);
 	constexpr long kSecond = 1'000'000'000;

@@ -30,6 +30,12 @@ bool is_checked()
 	return call_depth == 0 && is_checking() && is_heard();
 }
 
+/* The library takes NULL for a file that is not there. */
+std::string name_text(const char *name)
+{
+	return name ? name : "NULL";
+}
+
 std::string id_text(unsigned int id)
 {
 	return id == ANIMATION_NO_OBJECT ? "none" : std::to_string(id);
@@ -102,7 +108,7 @@ auto tell_picture(const char *file, Load load, Arguments... values)
 	const auto result = load(values...);
 	const std::chrono::duration<double, std::milli> taken = Clock::now() - start;
 	const std::uint64_t after = texture_bytes().alive;
-	note_picture(file, taken.count(), after > before ? after - before : 0);
+	note_picture(name_text(file).c_str(), taken.count(), after > before ? after - before : 0);
 	return result;
 }
 
@@ -278,7 +284,7 @@ GLuint CreateTextureByName(const char *tex_fname)
 	if (is_checked())
 		check_picture_file("CreateTextureByName", tex_fname, TEX_BMP);
 	return tell_handle(
-	    "CreateTextureByName", tex_fname,
+	    "CreateTextureByName", name_text(tex_fname),
 	    [&](const char *file) { return tell_picture(file, next, file); }, tex_fname);
 }
 
@@ -288,7 +294,7 @@ GLuint CreateTextureByPng(const char *tex_fname)
 	if (is_checked())
 		check_picture_file("CreateTextureByPng", tex_fname, TEX_PNG);
 	return tell_handle(
-	    "CreateTextureByPng", tex_fname,
+	    "CreateTextureByPng", name_text(tex_fname),
 	    [&](const char *file) { return tell_picture(file, next, file); }, tex_fname);
 }
 

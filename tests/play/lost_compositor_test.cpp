@@ -43,7 +43,7 @@ TEST_F(LostCompositor, IsWaitedForAtNoCost)
 		std::this_thread::sleep_for(200ms);
 		const double before = processor_seconds(program.pid);
 		std::this_thread::sleep_for(1s);
-		EXPECT_LT(processor_seconds(program.pid) - before, 0.03);
+		EXPECT_LT(processor_seconds(program.pid) - before, 0.1); /* 0.017 when quiet */
 		kill(program.pid, SIGTERM);
 		const Outcome outcome = end_of(program);
 		EXPECT_EQ(outcome.status < 128, command == play) << outcome.status << outcome.output;

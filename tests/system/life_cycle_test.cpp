@@ -119,12 +119,19 @@ TEST_F(LifeCycleTest, MeetsACompositorThatReadsNoOverlappingRows)
 	wl_surface *surface = wl_compositor_create_surface(surfaces);
 	const int fd = memfd_create("short", MFD_CLOEXEC);
 	ASSERT_EQ(ftruncate(fd, kSize), 0);
-	wl_buffer *buffer = wl_shm_pool_create_buffer(wl_shm_create_pool(memory, fd, kSize), 0, kWidth,
-	    kHeight, kSize / kHeight, WL_SHM_FORMAT_XRGB8888);
+	wl_shm_pool *pool = wl_shm_create_pool(memory, fd, kSize);
+	wl_buffer *buffer = wl_shm_pool_create_buffer(
+	    pool, 0, kWidth, kHeight, kSize / kHeight, WL_SHM_FORMAT_XRGB8888);
 	wl_surface_attach(surface, buffer, 0, 0);
 	wl_surface_commit(surface);
 	EXPECT_EQ(wl_display_roundtrip(client), -1);
 	EXPECT_EQ(wl_display_get_protocol_error(client, nullptr, nullptr), WL_SHM_ERROR_INVALID_STRIDE);
+	wl_buffer_destroy(buffer);
+	wl_shm_pool_destroy(pool);
+	wl_surface_destroy(surface);
+	wl_shm_destroy(memory);
+	wl_compositor_destroy(surfaces);
+	wl_registry_destroy(registry);
 	wl_display_disconnect(client);
 	close(fd);
 }

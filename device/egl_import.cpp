@@ -231,7 +231,7 @@ public:
 			return;
 		const uint64_t end =
 		    plane.offset + uint64_t{plane.rows - 1} * plane.pitch + plane.row_bytes;
-		if (end > size_of(plane.fd))
+		if (end > size_of(plane.fd) || end > SIZE_MAX)
 			return;
 		void *base = mmap(nullptr, end, PROT_READ, MAP_SHARED, plane.fd, 0);
 		if (base == MAP_FAILED)

@@ -124,8 +124,11 @@ int run(int argc, char **argv)
 			return refuse(error);
 		if (take_studio_argument(argc, argv, &index, &options.studio))
 			continue;
-		if (strcmp(argv[index], "--compare") == 0 && index == 1 && argc > 4)
-			return compare_with_kept(argv + 2);
+		if (strcmp(argv[index], "--compare") == 0) {
+			if (index == 1 && argc > 4)
+				return compare_with_kept(argv + 2);
+			return refuse("--compare comes first: --compare FOLDER -- PROGRAM [ARGUMENT]...");
+		}
 		if (take_flag(argv[index], &options, &checks)) {
 			index++;
 			continue;

@@ -15,7 +15,7 @@ std::uint32_t milliseconds_now()
 {
 	timespec now = {};
 	clock_gettime(CLOCK_MONOTONIC, &now);
-	return static_cast<std::uint32_t>(now.tv_sec * 1000 + now.tv_nsec / 1000000);
+	return static_cast<std::uint32_t>(now.tv_sec * 1000LL + now.tv_nsec / 1000000);
 }
 
 void destroy_resource(wl_client *, wl_resource *resource)

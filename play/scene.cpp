@@ -41,7 +41,7 @@ struct Reader {
 	Scene scene;
 	std::vector<Actor> actors; /* beside scene.objects */
 	std::uint32_t frame = 0;   /* of the entry before */
-	std::size_t raw_pixels = 0;
+	std::uint64_t raw_pixels = 0;
 };
 
 void add_step(Reader &reader, const Value &entry, Step step)
@@ -224,7 +224,7 @@ void read_stop(Reader &reader, std::uint32_t frame, const Value &entry)
 }
 
 /* A whole file of NV12 frames without gaps between them. */
-std::vector<std::uint8_t> read_raw_file(Reader &reader, const Value &value, std::size_t size)
+std::vector<std::uint8_t> read_raw_file(Reader &reader, const Value &value, std::uint64_t size)
 {
 	const std::string path = read_text(value);
 	std::error_code error;
@@ -236,7 +236,7 @@ std::vector<std::uint8_t> read_raw_file(Reader &reader, const Value &value, std:
 	reader.raw_pixels += size;
 	if (reader.raw_pixels > kMostPixels)
 		complain(value, "expected at most 1 GiB of raw frames in a scene");
-	std::vector<std::uint8_t> bytes(size);
+	std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
 	std::ifstream file(path, std::ios::binary);
 	if (!file.read(reinterpret_cast<char *>(bytes.data()), static_cast<std::streamsize>(size)))
 		complain(value, "expected a file that can be read");
@@ -262,7 +262,7 @@ void read_raw(Reader &reader, std::uint32_t frame, const Value &entry)
 	const std::size_t size = static_cast<std::size_t>(info.stride) * info.height +
 	                         info.width / 2 * 2 * (info.height / 2);
 	std::vector<std::uint8_t> &pixels = reader.scene.pixels.emplace_back(
-	    read_raw_file(reader, member(entry, "file"), size * count));
+	    read_raw_file(reader, member(entry, "file"), std::uint64_t{size} * count));
 	for (std::uint32_t i = 0; i < count; ++i) {
 		info.praw = &pixels[i * size];
 		add_step(reader, entry,

@@ -48,7 +48,7 @@ bool has_transparent_colour(FILE *file)
 			return true;
 		if (std::memcmp(head + 4, "IDAT", 4) == 0)
 			return false;
-		if (std::fseek(file, long(big_endian(head)) + 4, SEEK_CUR) != 0)
+		if (fseeko(file, off_t{big_endian(head)} + 4, SEEK_CUR) != 0)
 			return false;
 	}
 	return false;

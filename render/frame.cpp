@@ -107,5 +107,5 @@ void redraw(void *data, wl_callback *, uint32_t)
 		capture_frame(*window);
 	}
 	remove_finished_objects();
-	__atomic_store_n(&window->frames, window->frames + 1, __ATOMIC_RELAXED);
+	__atomic_store_n(&window->frames, window->frames + 1, __ATOMIC_RELEASE);
 }

@@ -11,7 +11,8 @@ _animation()
 	done
 	case $prev in
 	--record) _filedir mp4 ;;
-	--frames | --from | --to) ;;
+	--report | --junit) _filedir '@(json|html|xml)' ;;
+	--frames | --from | --to | --jobs) ;;
 	*)
 		if [[ $cur == -* ]]; then
 			local options

@@ -48,7 +48,8 @@ struct CompositorRecord {
 	 * name of its interface, a new one "new wl_surface", none "nil". The last requests before a
 	 * client disconnects may be missing, because libwayland drops what a closed socket holds. */
 	std::vector<std::string> requests;
-	std::vector<std::uint32_t> pongs; /* serials */
+	std::uint64_t pongs = 0;
+	std::uint32_t last_pong = 0; /* its serial */
 	std::uint64_t pictures = 0;
 };
 

@@ -163,7 +163,8 @@ void pong(wl_client *, wl_resource *shell, std::uint32_t serial)
 {
 	auto *compositor = static_cast<Compositor *>(wl_resource_get_user_data(shell));
 	std::lock_guard lock(compositor->mutex);
-	compositor->record.pongs.push_back(serial);
+	compositor->record.pongs++;
+	compositor->record.last_pong = serial;
 	compositor->changed.notify_all();
 }
 

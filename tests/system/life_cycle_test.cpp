@@ -35,7 +35,7 @@ TEST_F(LifeCycleTest, OpensAndClosesOneWindow)
 	send_configure(*compositor, 100, 50);
 	send_close(*compositor);
 	EXPECT_TRUE(await_record(*compositor, kLimit, [](const CompositorRecord &record) {
-		return record.pongs == std::vector<std::uint32_t>{4711};
+		return record.pongs == 1 && record.last_pong == 4711;
 	}));
 	EXPECT_TRUE(await_turns(3));
 	EXPECT_EQ(pictures(), 0U);
@@ -43,7 +43,7 @@ TEST_F(LifeCycleTest, OpensAndClosesOneWindow)
 	show_and_await(kRed);
 	send_ping(*compositor, 4712);
 	EXPECT_TRUE(await_record(*compositor, kLimit,
-	    [](const CompositorRecord &record) { return record.pongs.back() == 4712; }));
+	    [](const CompositorRecord &record) { return record.last_pong == 4712; }));
 	remove_all();
 
 	const std::vector<std::string> requests = compositor_record(*compositor).requests;
@@ -78,7 +78,7 @@ TEST_F(LifeCycleTest, StacksObjectsAndKeepsTheLastPicture)
 	remove_all();
 	send_ping(*compositor, 1); /* the answer comes behind the last commit */
 	EXPECT_TRUE(await_record(
-	    *compositor, kLimit, [](const CompositorRecord &record) { return !record.pongs.empty(); }));
+	    *compositor, kLimit, [](const CompositorRecord &record) { return record.pongs > 0; }));
 	const std::uint64_t shown = pictures();
 	EXPECT_TRUE(await_turns(3));
 	EXPECT_EQ(pictures(), shown);

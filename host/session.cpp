@@ -20,10 +20,13 @@
 #include <host/studio_view.h>
 #include <probe/report.h>
 
+using namespace std::chrono_literals;
+
 namespace
 {
 
 constexpr int kWindowInterval = 20; /* milliseconds in which a window reacts */
+constexpr auto kReaction = 2s;      /* in which the loop comes to a signal */
 
 enum {
 	exit_failure = 1,
@@ -41,8 +44,8 @@ using SourcePtr = std::unique_ptr<wl_event_source, SourceRemover>;
 
 struct Session {
 	const SessionOptions &options;
-	int signal_fd = -1;                         /* open until the process ends */
-	std::optional<SignalsEndUs> signals_end_us; /* except while the loop runs */
+	int signal_fd = -1; /* open until the process ends */
+	std::optional<SignalsEndUs> signals_end_us;
 	SinksPtr sinks;
 	CompositorPtr compositor;
 	SourcePtr window_timer; /* the sources go before the loop they are in */
@@ -309,9 +312,9 @@ int run_program(Session &session)
 		release_child(&session.child);
 		return status;
 	}
-	session.signals_end_us.reset();
+	session.signals_end_us.emplace(session.signal_fd, kReaction);
 	run_compositor(*session.compositor);
-	session.signals_end_us.emplace(session.signal_fd);
+	session.signals_end_us.emplace(session.signal_fd, 0ms);
 	if (session.probe)
 		drain_probe_link(*session.probe);
 	session.child_report.reset();
@@ -335,7 +338,7 @@ int run_session(const SessionOptions &options)
 		complain("cannot watch for signals");
 		return exit_failure;
 	}
-	session.signals_end_us.emplace(session.signal_fd);
+	session.signals_end_us.emplace(session.signal_fd, 0ms);
 	std::string error;
 	if (!open_parts(session, &error)) {
 		complain(error);

@@ -17,15 +17,20 @@ int open_session_signals()
 	return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
-SignalsEndUs::SignalsEndUs(int signals) : stop(eventfd(0, EFD_CLOEXEC))
+SignalsEndUs::SignalsEndUs(int signals, std::chrono::milliseconds patience)
+    : stop(eventfd(0, EFD_CLOEXEC))
 {
-	thread = std::thread([signals, stop = stop] {
+	thread = std::thread([signals, stop = stop, patience = static_cast<int>(patience.count())] {
 		pollfd fds[] = {{stop, POLLIN, 0}, {signals, POLLIN, 0}};
-		while (poll(fds, 2, -1) < 0)
-			;
 		signalfd_siginfo info;
-		if (!fds[0].revents && read(signals, &info, sizeof(info)) == sizeof(info))
-			_exit(128 + static_cast<int>(info.ssi_signo));
+		for (;;) {
+			if (poll(fds, 2, -1) < 0)
+				continue;
+			if (fds[0].revents || poll(fds, 1, patience) > 0)
+				return;
+			if (read(signals, &info, sizeof(info)) == sizeof(info))
+				_exit(128 + static_cast<int>(info.ssi_signo));
+		}
 	});
 }
 

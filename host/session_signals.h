@@ -1,18 +1,19 @@
 /* The signals that end a session. */
 #pragma once
 
+#include <chrono>
 #include <thread>
 
 /* Blocks them, and returns the descriptor that tells of them, or -1. Call it before any thread is
  * started, since threads inherit the mask. */
 int open_session_signals();
 
-/* While it lives, such a signal ends the process at once: for the times in which no event loop runs
- * and somebody else's code may wait for ever. */
+/* While it lives, such a signal ends the process if nobody has read it after a while: somebody
+ * else's code, or a pipe that is not read, may keep the event loop from it for ever. */
 class SignalsEndUs
 {
 public:
-	explicit SignalsEndUs(int signals);
+	SignalsEndUs(int signals, std::chrono::milliseconds patience);
 	~SignalsEndUs();
 	SignalsEndUs(const SignalsEndUs &) = delete;
 	SignalsEndUs &operator=(const SignalsEndUs &) = delete;

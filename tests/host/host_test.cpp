@@ -7,8 +7,10 @@
 #include <utility>
 
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <pty.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 
 #include <picture_files.h>
@@ -280,6 +282,19 @@ TEST_F(HostTest, EndsOnASignalWhileItsSinksOpen)
 		close(connection);
 	}
 	close(silent);
+}
+
+TEST_F(HostTest, EndsOnASignalWhileItsSnapshotIsNotRead)
+{
+	const std::string pipe = folder + "/pipe";
+	ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+	pollfd reader = {open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC), POLLIN, 0};
+	ASSERT_GT(fcntl(reader.fd, F_SETPIPE_SZ, 4096), 0) << "less than a picture";
+	start("--snapshot 1=" + pipe + " " + kPainter + "1 stubborn");
+	ASSERT_EQ(poll(&reader, 1, 60000), 1);
+	kill(host.pid, SIGTERM);
+	EXPECT_EQ(end_of(host).status, 128 + SIGTERM);
+	close(reader.fd);
 }
 
 TEST_F(HostTest, EndsTheProgramWhenTheDiskIsFull)

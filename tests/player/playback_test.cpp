@@ -1,3 +1,4 @@
+#include <atomic>
 #include <malloc.h>
 #include <thread>
 
@@ -10,10 +11,11 @@
 namespace
 {
 
-/* In front of what the player calls: the pipeline that it got, and a thread that it does not get.
- */
+/* In front of what the player calls: the pipeline that it got, a thread that it does not get, and
+ * days that the stream has played before. */
 GstElement *launched;
 bool threads_fail;
+std::atomic<gint64> days_before;
 
 } // namespace
 
@@ -32,6 +34,16 @@ extern "C" int pthread_create(
 	if (threads_fail && start == message_thread)
 		return EAGAIN;
 	return create(thread, attributes, start, argument);
+}
+
+extern "C" gboolean gst_element_query_position(
+    GstElement *element, GstFormat format, gint64 *position)
+{
+	static const auto query = reinterpret_cast<decltype(&gst_element_query_position)>(
+	    dlsym(RTLD_NEXT, "gst_element_query_position"));
+	const gboolean known = query(element, format, position);
+	*position += known ? days_before * 86400 * gint64{GST_SECOND} : 0;
+	return known;
 }
 
 namespace
@@ -159,6 +171,18 @@ TEST_F(Playback, PlaysAFileToItsEnd)
 	// The next playback knows nothing of the one before.
 	EXPECT_EQ(GetGSTimeStramp(), kUnknownPosition);
 	EXPECT_FALSE(IsFirstFrameStart());
+	EXPECT_TRUE(stops());
+}
+
+TEST_F(Playback, CutsThePositionTo32Bits)
+{
+	ASSERT_EQ(StartGSTPlay(film(250).c_str()), 0);
+	for (const auto &[days, cut] : {std::pair{25, -2134967296}, {50, 25032704}}) {
+		days_before = days;
+		EXPECT_TRUE(wait_until(
+		    [cut = cut] { return GetGSTimeStramp() >= cut && GetGSTimeStramp() <= cut + 10000; }));
+	}
+	days_before = 0;
 	EXPECT_TRUE(stops());
 }
 

@@ -282,10 +282,8 @@ int run(int argc, char **argv)
 		return 0;
 	Arguments arguments;
 	const std::string wrong = take_arguments(argc, argv, &arguments);
-	if (!wrong.empty()) {
-		refuse_arguments(own_help(), wrong);
-		return kWrong;
-	}
+	if (!wrong.empty())
+		return refuse_arguments(own_help(), wrong);
 	KeptFolder folder;
 	std::string error;
 	if (arguments.update)

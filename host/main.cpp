@@ -21,7 +21,6 @@ namespace
 {
 
 constexpr int kExitFailure = 1;
-constexpr int kExitUsage = 2;
 constexpr int kExitFindings = 3;
 
 ProgramHelp own_help()
@@ -58,8 +57,7 @@ ProgramHelp own_help()
 
 int refuse(const std::string &message)
 {
-	refuse_arguments(own_help(), message);
-	return kExitUsage;
+	return refuse_arguments(own_help(), message);
 }
 
 /* The program's guard ends it when we have gone, so this may leave at once, and from any thread. */

@@ -198,10 +198,8 @@ int run(int argc, char **argv)
 		return 0;
 	Arguments arguments;
 	const std::string wrong = take_arguments(argc, argv, &arguments);
-	if (!wrong.empty()) {
-		refuse_arguments(own_help(), wrong);
-		return kWrongInput;
-	}
+	if (!wrong.empty())
+		return refuse_arguments(own_help(), wrong);
 	fix_paths(&arguments.sinks.sinks, &arguments.report);
 	try {
 		return play(arguments);

@@ -10,10 +10,9 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
-#include <GLES2/gl2ext.h>
-
 #include <probe/findings.h>
 #include <probe/list_lock.h>
+#include <probe/textures.h>
 
 namespace
 {
@@ -33,22 +32,6 @@ struct {
 	std::mutex lock;                        /* guards the rest */
 	std::map<unsigned int, Upload> uploads; /* by object */
 } watch;
-
-std::size_t bytes_of_pixel(std::uint32_t type)
-{
-	switch (type) {
-	case GL_RGB:
-		return 3;
-	case GL_BGRA_EXT:
-		return 4;
-	case GL_LUMINANCE:
-		return 1;
-	case GL_LUMINANCE_ALPHA:
-		return 2;
-	default:
-		return 0;
-	}
-}
 
 /* Through the kernel, which answers for memory that is not there. */
 std::optional<std::size_t> hash_of(const void *address, std::size_t size)

@@ -19,7 +19,7 @@ struct {
 struct Format {
 	GLenum number;
 	const char *name;
-	unsigned bytes; /* of a pixel, each channel having one */
+	std::size_t bytes; /* of a pixel, each channel having one */
 };
 
 constexpr Format kFormats[] = {
@@ -30,6 +30,14 @@ constexpr Format kFormats[] = {
     {GL_LUMINANCE, "LUMINANCE", 1},
     {GL_LUMINANCE_ALPHA, "LUMINANCE_ALPHA", 2},
 };
+
+/* NULL if it is not known. */
+const Format *find_format(GLenum number)
+{
+	const Format *known = std::find_if(std::begin(kFormats), std::end(kFormats),
+	    [number](const Format &row) { return row.number == number; });
+	return known == std::end(kFormats) ? nullptr : known;
+}
 
 void forget(GLuint name)
 {
@@ -53,11 +61,16 @@ void note(GLuint name, const TextureFacts &facts)
 
 } // namespace
 
+std::size_t bytes_of_pixel(GLenum format)
+{
+	const Format *known = find_format(format);
+	return known ? known->bytes : 0;
+}
+
 void note_texture(GLuint name, GLint width, GLint height, GLenum format)
 {
-	const Format *known = std::find_if(std::begin(kFormats), std::end(kFormats),
-	    [format](const Format &row) { return row.number == format; });
-	if (known == std::end(kFormats))
+	const Format *known = find_format(format);
+	if (!known)
 		return;
 	const std::uint64_t pixels = static_cast<std::uint64_t>(width) * height;
 	note(name, {width, height, known->name, pixels * known->bytes});

@@ -2,6 +2,7 @@
  * thread. */
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
@@ -18,6 +19,9 @@ struct TextureBytes {
 	std::uint64_t alive;
 	std::uint64_t peak;
 };
+
+/* Of a pixel in memory; 0 of a format that is not known. */
+std::size_t bytes_of_pixel(GLenum format);
 
 void note_texture(GLuint name, GLint width, GLint height, GLenum format);
 void note_imported_texture(GLuint name, GLint width, GLint height);

@@ -67,8 +67,9 @@ std::string unknown_option(const ProgramHelp &help, std::string_view option)
 	return nearest.empty() ? wrong : wrong + ", the nearest is " + std::string(nearest);
 }
 
-void refuse_arguments(const ProgramHelp &help, const std::string &wrong)
+int refuse_arguments(const ProgramHelp &help, const std::string &wrong)
 {
 	const std::string usage = help.text.substr(0, help.text.find("\n\n"));
 	std::fprintf(stderr, "%s: %s\n%s\n", help.program, wrong.c_str(), usage.c_str());
+	return 2;
 }

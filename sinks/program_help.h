@@ -16,5 +16,5 @@ bool answer_help(const ProgramHelp &help, int argc, const char *const *argv);
 /* What is wrong with such an option, with the nearest one that there is. */
 std::string unknown_option(const ProgramHelp &help, std::string_view option);
 
-/* Says on the standard error what is wrong, and the usage. */
-void refuse_arguments(const ProgramHelp &help, const std::string &wrong);
+/* Says on the standard error what is wrong, and the usage. Returns the exit status for it, 2. */
+int refuse_arguments(const ProgramHelp &help, const std::string &wrong);

@@ -72,11 +72,16 @@ void check_shape(const Subject &about, const InPosition2D &strip, bool may_be_em
 		    "positions are pixels of one viewport, 1152 x 576, whichever it is"});
 }
 
+/* A picture that is turned by any angle runs the same way round, a mirrored one the other way. */
 void check_upright(const Subject &about, const InPosition2D &strip)
 {
-	const float first = strip.position2d[1];
-	const float last = strip.position2d[2 * strip.coordnum - 1];
-	if (first < last)
+	if (strip.coordnum < 4)
+		return;
+	const float *const p = strip.position2d;
+	const float first = p[1];
+	const float last = p[2 * strip.coordnum - 1];
+	const bool mirrored = (p[2] - p[0]) * (p[5] - p[1]) > (p[3] - p[1]) * (p[4] - p[0]);
+	if (first < last && mirrored)
 		tell({"strip-upside-down", about.call, about.object,
 		    words("the strip begins at y %g and ends at y %g: its picture stands on its head",
 		        first, last),

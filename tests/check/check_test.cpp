@@ -61,8 +61,10 @@ TEST_F(CheckTest, TellsEachMistakeOnce)
 TEST_F(CheckTest, HasNothingToSayOfWhatIsRight)
 {
 	for (const std::string program :
-	    {GAUGE " 2", MINIMAL " " SCENES "/map_day.png", PLAY " " SCENES "/gallery/fade.json"}) {
-		const Outcome outcome = check("timeout -s INT 4 " + program);
+	    {GAUGE " 2", COCKPIT " " SCENES " " SIGNALS, MINIMAL " " SCENES "/map_day.png",
+	        PLAY " " SCENES "/gallery/fade.json", TUTORIAL "/step1 " SCENES,
+	        TUTORIAL "/step2 " SCENES, TUTORIAL "/step3 " SCENES, TUTORIAL "/step4 " SCENES}) {
+		const Outcome outcome = check("timeout -s INT 3 " + program);
 		EXPECT_EQ(causes_in(outcome.output), std::vector<std::string>()) << program;
 		EXPECT_NE(outcome.status, kFound) << program;
 	}

@@ -69,7 +69,8 @@ TEST_F(LostCompositor, EndsTheProgram)
 	    {"silent, SIGINT", stay, SIGINT},
 	    {"stopped, SIGTERM", stay, SIGTERM},
 	};
-	for (const std::string &command : {std::string("$WATCH"), play})
+	for (const std::string &command :
+	    {std::string("$WATCH"), std::string("$COCKPIT $PICTURES /dev/null"), play})
 		for (const Case &c : cases) {
 			SCOPED_TRACE(command + c.name);
 			if (c.signal && command != play)
